@@ -1,0 +1,10 @@
+# tessline_warnings: what the project's own code is compiled with. Linked privately, so that it never
+# reaches a user's build.
+add_library(tessline_warnings INTERFACE)
+target_compile_options(tessline_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wcast-align
+  -Wnon-virtual-dtor -Woverloaded-virtual -Wimplicit-fallthrough -Wswitch
+  $<$<BOOL:${TESSLINE_WARNINGS_AS_ERRORS}>:-Werror>
+  # GCC 12 takes "text" + std::string() for an overlapping copy.
+  $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond -Wlogical-op -Wno-restrict>
+  $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wthread-safety>)
