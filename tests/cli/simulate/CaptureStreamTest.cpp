@@ -1,5 +1,5 @@
 #include "cli/simulate/CaptureStream.h"
-#include "tests/cli/voice/VoiceTestSupport.h"
+#include "tests/support/Files.h"
 
 #include <chrono>
 #include <cstddef>
@@ -18,10 +18,7 @@ class CaptureStreaming : public testing::Test {
   void write(cli::CaptureStream& stream, cli::SimulatedTime time, std::string_view text) {
     stream.write({time, text, {}});
   }
-  std::string written() const {
-    const ByteVector content = readFile(directory / "out");
-    return {content.begin(), content.end()};
-  }
+  std::string written() const { return readText(directory / "out"); }
 
   TemporaryDirectory directory;
   cli::Output output = cli::Output::file(directory / "out");

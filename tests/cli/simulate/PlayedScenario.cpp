@@ -6,6 +6,7 @@
 #include "tests/support/EventNotation.h"
 
 #include <algorithm>
+#include <bit>
 #include <string_view>
 
 namespace tessline::test {
@@ -18,6 +19,10 @@ bool contains(std::span<const std::uint8_t> payload, std::string_view pattern) {
 
 bool holds(const std::vector<TesslineEvent>& events, const TesslineEvent& event) {
   return std::find(events.begin(), events.end(), event) != events.end();
+}
+
+bool isButton(const TesslineEvent& event) {
+  return std::holds_alternative<RemoteButtonEvent>(event);
 }
 
 bool isVoiceButton(const std::vector<TesslineEvent>& events, RemoteButtonPhase phase) {
@@ -94,7 +99,7 @@ void PlayedScenario::compare(const std::string& line, const std::vector<Tessline
 void PlayedScenario::observe(std::span<const std::uint8_t> payload,
                              const std::vector<TesslineEvent>& events) {
   for (const TesslineEvent& event : events) {
-    if (std::holds_alternative<RemoteButtonEvent>(event)) {
+    if (isButton(event)) {
       buttonReports_.insert(notation(event) + " by " + reportLayout(payload));
     }
     if (std::holds_alternative<RemoteVoiceFrame>(event)) {
@@ -102,6 +107,11 @@ void PlayedScenario::observe(std::span<const std::uint8_t> payload,
       packetsPerFrame_.insert(packetsOfFrame_);
     }
   }
+  constexpr unsigned voiceButton = 0x2000;
+  mostButtonChanges_ =
+      std::max(mostButtonChanges_, std::count_if(events.begin(), events.end(), isButton));
+  mostButtonsDown_ =
+      std::max(mostButtonsDown_, std::popcount(any_.reports.lastButtonMask() & ~voiceButton));
   if (const auto start = SiriRemoteReportParser::voiceFrameByteStart(payload)) {
     frameStarts_.insert(*start);
     packetsOfFrame_ = 1;

@@ -49,6 +49,10 @@ class PlayedScenario final : public cli::SimulatedLineSink {
   /// Every press and release that was decoded, with the layout of its payload, for example
   /// "press select by 01 fb".
   const std::set<std::string>& buttonReports() const { return buttonReports_; }
+  /// The most changes of buttons in one report, and the most buttons down at a time in mask
+  /// reports, the voice button left out.
+  std::ptrdiff_t mostButtonChanges() const { return mostButtonChanges_; }
+  int mostButtonsDown() const { return mostButtonsDown_; }
   /// Every way in which a session with frames was opened and closed, for example "mask to 1b 3a".
   const std::set<std::string>& sessionBounds() const { return sessionBounds_; }
   /// Every index of a frame's length byte.
@@ -78,6 +82,8 @@ class PlayedScenario final : public cli::SimulatedLineSink {
   std::string mismatch_;
   std::size_t frameCount_ = 0;
   std::set<std::string> buttonReports_;
+  std::ptrdiff_t mostButtonChanges_ = 0;
+  int mostButtonsDown_ = 0;
   std::set<std::string> sessionBounds_;
   std::set<std::size_t> frameStarts_;
   std::set<std::size_t> packetsPerFrame_;

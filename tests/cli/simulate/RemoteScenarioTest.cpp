@@ -86,7 +86,7 @@ TEST(RemoteScenario, IsDecodedAlikeForAnyAddress) {
   EXPECT_EQ(played.text().find(cli::defaultRemoteAddress), std::string::npos);
 }
 
-TEST(RemoteScenario, ShowsEveryButtonInEveryLayoutWithinTwentySeconds) {
+TEST(RemoteScenario, ShowsEveryButtonInEveryLayoutWithinTwentyFiveSeconds) {
   std::set<std::string> expected;
   const auto expect = [&](std::string_view command, std::string_view layout) {
     expected.insert(fmt::format("press {} by {}", command, layout));
@@ -101,20 +101,26 @@ TEST(RemoteScenario, ShowsEveryButtonInEveryLayoutWithinTwentySeconds) {
     expect(command, "1b 23 00");
   }
   expect("voice", "1b 3a 00");
-  EXPECT_EQ(PlayedScenario({}, {.duration = 20s}).buttonReports(), expected);
+  EXPECT_EQ(PlayedScenario({}, {.duration = 25s}).buttonReports(), expected);
 }
 
-TEST(RemoteScenario, ShowsEveryKindOfSessionWithinTwentySeconds) {
+TEST(RemoteScenario, ShowsEveryKindOfSessionWithinTwentyFiveSeconds) {
   EXPECT_EQ(
       PlayedScenario().sessionBounds(),
       (std::set<std::string>{"1b 23 to 1b 23", "1b 23 to 1b 3a", "1b 3a to 1b 23", "1b 3a to 1b 3a",
                              "frame to 1b 23", "frame to 1b 3a", "mask to 1b 23", "mask to mask"}));
 }
 
-TEST(RemoteScenario, ShowsEveryPlaceAndSizeOfFramesWithinTwentySeconds) {
-  const PlayedScenario played({}, {.duration = 20s});
+TEST(RemoteScenario, ShowsEveryPlaceAndSizeOfFramesWithinTwentyFiveSeconds) {
+  const PlayedScenario played({}, {.duration = 25s});
   EXPECT_EQ(played.frameStarts(), (std::set<std::size_t>{15, 16, 17, 18}));
   for (const std::size_t count : {1U, 2U, 3U}) EXPECT_EQ(played.packetsPerFrame().count(count), 1U);
+}
+
+TEST(RemoteScenario, HoldsTwoButtonsAndExchangesOneForAnotherAtTimes) {
+  const PlayedScenario played({}, {.duration = 3min});
+  EXPECT_EQ(played.mostButtonsDown(), 2);
+  EXPECT_EQ(played.mostButtonChanges(), 2);
 }
 
 TEST(RemoteScenario, IsTheSameForTheSameSeed) {
@@ -175,6 +181,19 @@ TEST(RemoteScenario, CarriesAllPacketsInEverySessionWhenSessionsAreWhole) {
   EXPECT_GT(sessions.size(), 20U);
   const auto expected = allPackets(melodyPackets());
   for (const auto& session : sessions) EXPECT_TRUE(session == expected);
+}
+
+TEST(RemoteScenario, HasNoSessionWithoutVoice) {
+  const PlayedScenario played({}, {.duration = 3min});
+  const TesslineEvent pressed = RemoteButtonEvent{RemoteCommand::voice, RemoteButtonPhase::pressed};
+  const TesslineEvent released =
+      RemoteButtonEvent{RemoteCommand::voice, RemoteButtonPhase::released};
+  bool isSilent = false;
+  for (const TesslineEvent& event : played.events()) {
+    if (event == pressed || event == TesslineEvent(VoiceSessionStarted{})) isSilent = true;
+    if (std::holds_alternative<RemoteVoiceFrame>(event)) isSilent = false;
+    EXPECT_FALSE(isSilent && (event == released || event == TesslineEvent(VoiceSessionEnded{})));
+  }
 }
 
 TEST(RemoteScenario, BeginsEverySessionWithTheFirstPacket) {

@@ -5,8 +5,10 @@
 #include "tessline/packetlog/TesslineService.h"
 #include "tests/cli/simulate/PlayedScenario.h"
 #include "tests/cli/voice/VoiceTestSupport.h"
+#include "tests/support/Files.h"
 
 #include <array>
+#include <chrono>
 #include <csignal>
 #include <cstddef>
 #include <cstdint>
@@ -52,8 +54,7 @@ class SimulateCommand : public testing::Test {
       application.parse("simulate " + arguments);
     }
     ::close(file);
-    const ByteVector content = readFile(path);
-    return {content.begin(), content.end()};
+    return readText(path);
   }
 
   /// Whether the command line is refused before anything is done.
@@ -102,6 +103,14 @@ TEST_F(SimulateCommand, CarriesTheWholeSpeechFileInEverySession) {
   const PlayedScenario played(options, {.duration = std::chrono::seconds(30)}, voice);
   EXPECT_EQ(played.mismatch(), "");
   EXPECT_TRUE(simulate("--speech " + (directory / "speech.wav").string()) == played.text());
+}
+
+TEST_F(SimulateCommand, TakesAsLongAsItSimulatesInRealTime) {
+  const PlayedScenario shortest({}, {.bytes = 1});
+  const auto beginning = std::chrono::steady_clock::now();
+  const std::string text = simulate("--realtime --bytes 1");
+  EXPECT_GE(std::chrono::steady_clock::now() - beginning, shortest.end());
+  EXPECT_EQ(text, shortest.text());
 }
 
 TEST_F(SimulateCommand, RefusesASpeechFileWithoutSound) {

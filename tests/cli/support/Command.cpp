@@ -52,6 +52,7 @@ Command::Command(const Arguments& arguments, const std::filesystem::path& execut
   std::vector<std::string> words = {path};
   words.insert(words.end(), arguments.begin(), arguments.end());
   std::vector<char*> pointers;
+  pointers.reserve(words.size() + 1);
   for (std::string& word : words) pointers.push_back(word.data());
   pointers.push_back(nullptr);
 
