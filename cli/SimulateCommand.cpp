@@ -107,7 +107,7 @@ void addSimulateCommand(CLI::App& application) {
       command
           ->add_option("--duration", options->seconds,
                        "How much time to simulate; what is under way then is still finished. The "
-                       "first 20 seconds show every button and voice session in every form")
+                       "first 25 seconds show every button and voice session in every form")
           ->check(CLI::Validator(checkSeconds, ""))
           ->type_name("SECONDS")
           ->capture_default_str();

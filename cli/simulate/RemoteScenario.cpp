@@ -46,23 +46,35 @@ bool RemoteScenario::isReached(const ScenarioLimit& limit) const {
 std::vector<RemoteScenario::Scene> RemoteScenario::walk() {
   std::vector<Scene> scenes;
   for (std::size_t group = 0; group < buttonLayouts.size(); ++group) {
-    const ButtonLayout layout = buttonLayouts[group];
-    for (std::size_t button = 0; button < remoteCommandCount; ++button) {
-      const RemoteCommand command = *remoteCommandWithOrdinal(button);
-      if (!carries(layout, command)) continue;
-      scenes.push_back([this, command, layout] { playPress(command, layout, 70ms, 50ms); });
-    }
-    for (std::size_t index = group; index < voiceSessionKinds.size();
-         index += buttonLayouts.size()) {
-      const VoiceFrameLayout frames = {voiceFramings[index % 2], voiceForms[index / 2 % 2],
-                                       voicePacketCapacities[index % 3]};
-      const ButtonLayout maskLayout = maskLayouts[index % maskLayouts.size()];
-      scenes.push_back([this, index, frames, maskLayout] {
-        playSession(voiceSessionKinds[index], frames, maskLayout, sessionLength(25, 50));
-      });
+    addButtons(buttonLayouts[group], scenes);
+    for (std::size_t number = group; number < voiceSessionKinds.size();
+         number += buttonLayouts.size()) {
+      addSession(voiceSessionKinds[number], number, maskLayouts[number % maskLayouts.size()],
+                 scenes);
     }
   }
   return scenes;
+}
+
+void RemoteScenario::addButtons(ButtonLayout layout, std::vector<Scene>& scenes) {
+  for (std::size_t button = 0; button < remoteCommandCount; ++button) {
+    const RemoteCommand command = *remoteCommandWithOrdinal(button);
+    if (!carries(layout, command)) continue;
+    if (command == RemoteCommand::voice) {
+      addSession({VoiceOpening::mask, VoiceClosing::mask}, scenes.size(), layout, scenes);
+    } else {
+      scenes.push_back([this, command, layout] { playPress(command, layout, 70ms, 50ms); });
+    }
+  }
+}
+
+void RemoteScenario::addSession(const VoiceSessionKind& kind, std::size_t number,
+                                ButtonLayout maskLayout, std::vector<Scene>& scenes) {
+  const VoiceFrameLayout layout = {voiceFramings[number % 2], voiceForms[number / 2 % 2],
+                                   voicePacketCapacities[number % 3]};
+  scenes.push_back([this, kind, layout, maskLayout] {
+    playSession(kind, layout, maskLayout, sessionLength(25, 40));
+  });
 }
 
 void RemoteScenario::playAnyScene() {
@@ -78,7 +90,7 @@ void RemoteScenario::playAnyScene() {
   } else if (chance == 3) {
     playExchange(random_.pick(maskLayouts));
   } else {
-    const RemoteCommand command = *remoteCommandWithOrdinal(random_.below(remoteCommandCount));
+    const RemoteCommand command = anyCommandButVoice();
     playPress(command, anyLayoutFor(command), anyTime(120, 600), anyTime(60, 250));
   }
 }

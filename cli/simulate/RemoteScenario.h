@@ -55,8 +55,9 @@ struct ScenarioOptions {
 };
 
 /// Plays a remote in use. First every button goes down and up in every layout and sessions of every
-/// kind are held, in a fixed order of about twenty seconds; then all of that comes by chance. The
-/// same options and packets give the same lines.
+/// kind are held, in a fixed order that takes less than 25 seconds unless the sessions are whole;
+/// then all of that comes by chance. While the voice button is down the remote sends its voice, so
+/// that no session is empty. The same options and packets give the same lines.
 class RemoteScenario {
  public:
   /// `voice` is not empty; it and `sink` outlive the scenario.
@@ -70,6 +71,9 @@ class RemoteScenario {
   using Scene = std::function<void()>;
 
   std::vector<Scene> walk();
+  void addButtons(ButtonLayout layout, std::vector<Scene>& scenes);
+  void addSession(const VoiceSessionKind& kind, std::size_t number, ButtonLayout maskLayout,
+                  std::vector<Scene>& scenes);
   void playAnyScene();
   void playPress(RemoteCommand command, ButtonLayout layout, SimulatedTime pause,
                  SimulatedTime hold);
