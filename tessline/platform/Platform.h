@@ -1,0 +1,38 @@
+/// @file
+/// Porting contract: everything a host offers to the services.
+#pragma once
+
+#include "tessline/platform/HIDManager.h"
+#include "tessline/platform/LogSink.h"
+#include "tessline/platform/MainRunLoop.h"
+#include "tessline/platform/SerialQueue.h"
+
+#include <memory>
+#include <string_view>
+
+namespace tessline::platform {
+
+/// Makes the facilities of one host. A facility that the host lacks, or does not give just now, is
+/// null; services turn that into a status. Facilities hold what they need of the platform, so one
+/// may outlive it. Any thread, unless said otherwise.
+class Platform {
+ public:
+  virtual ~Platform() = default;
+
+  /// A serial queue of its own. Never null.
+  virtual std::shared_ptr<SerialQueue> makeSerialQueue(std::string_view label) = 0;
+
+  /// The main run loop. Never null.
+  virtual std::shared_ptr<MainRunLoop> mainRunLoop() = 0;
+
+  /// The host's log. Never null.
+  virtual std::shared_ptr<LogSink> logSink() = 0;
+
+  /// A HID manager, neither scheduled nor open. Main thread.
+  virtual std::shared_ptr<HIDManager> makeHIDManager() = 0;
+};
+
+/// The platform of the host that this library was built for; always the same object.
+std::shared_ptr<Platform> hostPlatform();
+
+}  // namespace tessline::platform

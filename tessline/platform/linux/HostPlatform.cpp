@@ -1,0 +1,75 @@
+#include "tessline/platform/Platform.h"
+#include "tessline/platform/linux/StrandQueue.h"
+
+#include <atomic>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include <asio/executor_work_guard.hpp>
+#include <asio/io_context.hpp>
+#include <asio/post.hpp>
+#include <syslog.h>
+
+namespace tessline::platform {
+
+namespace {
+
+class ContextRunLoop : public MainRunLoop {
+ public:
+  void async(Work work) override { asio::post(context_, std::move(work)); }
+
+  void run() override {
+    const auto keepsRunning = asio::make_work_guard(context_);
+    const std::thread::id outer = thread_.exchange(std::this_thread::get_id());
+    while (!isStopped_.exchange(false)) context_.run_one();
+    thread_ = outer;
+  }
+
+  void stop() override {
+    isStopped_ = true;
+    // Wakes the loop if it waits.
+    asio::post(context_, [] {});
+  }
+
+  bool isCurrent() const override { return thread_ == std::this_thread::get_id(); }
+
+ private:
+  asio::io_context context_;
+  std::atomic<bool> isStopped_{false};
+  std::atomic<std::thread::id> thread_;
+};
+
+// The system log: where a library's diagnostics are looked for, and never in the way of the
+// application's own output.
+class SystemLog : public LogSink {
+ public:
+  void log(std::string_view line) override {
+    const std::string text(line);
+    ::syslog(LOG_USER | LOG_INFO, "%s", text.c_str());
+  }
+};
+
+class LinuxPlatform : public Platform {
+ public:
+  std::shared_ptr<SerialQueue> makeSerialQueue(std::string_view label) override {
+    return makeStrandQueue(label);
+  }
+  std::shared_ptr<MainRunLoop> mainRunLoop() override { return mainRunLoop_; }
+  std::shared_ptr<LogSink> logSink() override { return logSink_; }
+  // Not offered on this host yet.
+  std::shared_ptr<HIDManager> makeHIDManager() override { return nullptr; }
+
+ private:
+  const std::shared_ptr<MainRunLoop> mainRunLoop_ = std::make_shared<ContextRunLoop>();
+  const std::shared_ptr<LogSink> logSink_ = std::make_shared<SystemLog>();
+};
+
+}  // namespace
+
+std::shared_ptr<Platform> hostPlatform() {
+  static const std::shared_ptr<Platform> platform = std::make_shared<LinuxPlatform>();
+  return platform;
+}
+
+}  // namespace tessline::platform

@@ -1,0 +1,56 @@
+/// @file
+/// A host without hardware: everything is scripted, every call is recorded, time is virtual.
+#pragma once
+
+#include "tessline/platform/Platform.h"
+#include "tessline/platform/simulated/CallLog.h"
+#include "tessline/platform/simulated/SimulatedHIDBus.h"
+#include "tessline/platform/simulated/VirtualScheduler.h"
+
+#include <memory>
+#include <string_view>
+#include <vector>
+
+namespace tessline::platform::simulated {
+
+/// Give it to a service instead of the host's platform, script what the outside does, and move the
+/// clock. All queues and the main run loop run in the thread that calls `advance`, in an order that
+/// depends on nothing but the script. Not synchronised.
+///
+/// The main run loop's `run` delivers, moving the clock, until it is stopped or nothing is left.
+class SimulatedHost : public Platform {
+ public:
+  static std::shared_ptr<SimulatedHost> create();
+  SimulatedHost(const SimulatedHost&) = delete;
+  SimulatedHost& operator=(const SimulatedHost&) = delete;
+  /// Work that still waits is discarded.
+  ~SimulatedHost() override;
+
+  std::shared_ptr<SerialQueue> makeSerialQueue(std::string_view label) override;
+  std::shared_ptr<MainRunLoop> mainRunLoop() override { return mainRunLoop_; }
+  std::shared_ptr<LogSink> logSink() override { return logSink_; }
+  std::shared_ptr<HIDManager> makeHIDManager() override { return hid_->makeManager(); }
+
+  /// Moves the clock, running what falls due.
+  void advance(QueueTime duration) { scheduler_->advance(duration); }
+  /// Runs what is due without moving the clock.
+  void runReady() { scheduler_->runReady(); }
+
+  /// The clock and the work that waits for it.
+  VirtualScheduler& scheduler() { return *scheduler_; }
+  /// The HID interfaces.
+  SimulatedHIDBus& hid() { return *hid_; }
+  /// The calls that services made. Log lines are the calls "log".
+  CallLog& calls() { return *calls_; }
+
+ private:
+  SimulatedHost();
+
+  std::shared_ptr<VirtualScheduler> scheduler_;
+  std::shared_ptr<CallLog> calls_;
+  std::shared_ptr<MainRunLoop> mainRunLoop_;
+  std::shared_ptr<LogSink> logSink_;
+  std::shared_ptr<SimulatedHIDBus> hid_;
+};
+
+}  // namespace tessline::platform::simulated
