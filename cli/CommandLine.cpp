@@ -32,6 +32,7 @@ int parseAndRun(int argumentCount, const char* const* arguments) {
   application.require_subcommand(1);
   application.footer(exitCodeHelp);
   addDecodeCommand(application);
+  addReplayCommand(application);
   addSimulateCommand(application);
   addStatusCommand(application);
   try {
@@ -55,6 +56,8 @@ int runCommandLine(int argumentCount, const char* const* arguments) {
     return parseAndRun(argumentCount, arguments);
   } catch (const OutputClosed&) {
     return static_cast<int>(ExitCode::success);
+  } catch (const CheckFailed&) {
+    return static_cast<int>(ExitCode::failure);
   } catch (const std::exception& error) {
     fmt::print(stderr, "tessline: {}\n", error.what());
     return static_cast<int>(ExitCode::failure);

@@ -2,6 +2,7 @@
 /// How the command ends, and what it throws to end early.
 #pragma once
 
+#include <exception>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -23,6 +24,9 @@ class InputOutputError : public std::runtime_error {
 
 /// The reader of our output went away: not an error, the command just ends.
 class OutputClosed : public std::exception {};
+
+/// A check found something, and has said what: exit code 1 without a further message.
+class CheckFailed : public std::exception {};
 
 /// Throws an InputOutputError that reads "could not DOING FILE: REASON", where REASON is the
 /// system's text for `errorNumber`. `file` "-" reads as the standard stream that `doing` implies.

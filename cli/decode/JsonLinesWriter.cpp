@@ -1,7 +1,7 @@
+#include "cli/EventJson.h"
 #include "cli/decode/EventWriter.h"
 
 #include <cstddef>
-#include <span>
 #include <string>
 
 #include <fmt/format.h>
@@ -10,54 +10,22 @@ namespace tessline::cli {
 
 namespace {
 
-constexpr std::string_view hexDigits = "0123456789abcdef";
-
-// Lower-case hex text of `bytes`.
-void appendHex(std::span<const std::uint8_t> bytes, std::string& text) {
-  for (const std::uint8_t byte : bytes) {
-    text += hexDigits[byte >> 4];
-    text += hexDigits[byte & 0xF];
-  }
-}
-
 class JsonLinesWriter : public EventWriter {
  public:
   explicit JsonLinesWriter(Output& output) : output_(output) {}
 
   void event(std::uint64_t line, const TesslineEvent& event) override {
-    visitEvent(
-        event,
-        [&](const RemoteButtonEvent& button) {
-          output_.print(R"({{"line":{},"event":"button","command":"{}","ordinal":{},"phase":"{}"}})"
-                        "\n",
-                        line, name(button.command), ordinal(button.command),
-                        rawValue(button.phase));
-        },
-        [&](const RemoteVoiceFrame& frame) {
-          packetText_.clear();
-          appendHex(frame.packetBytes, packetText_);
-          rawText_.clear();
-          appendHex(frame.rawBytes, rawText_);
-          output_.print(R"({{"line":{},"event":"voiceFrame","declaredByteCount":{},)"
-                        R"("packetBytes":"{}","rawBytes":"{}"}})"
-                        "\n",
-                        line, frame.declaredByteCount, packetText_, rawText_);
-        },
-        [&](const VoiceSessionStarted&) { plainEvent(line, "voiceSessionStarted"); },
-        [&](const VoiceSessionEnded&) { plainEvent(line, "voiceSessionEnded"); });
+    members_.clear();
+    appendEventMembers(event, members_);
+    output_.print("{{\"line\":{},{}}}\n", line, members_);
   }
 
   void sessionClosed(const VoiceSessionRecord&) override {}
   void totals(const DecodeTotals&) override {}
 
  private:
-  void plainEvent(std::uint64_t line, std::string_view event) {
-    output_.print("{{\"line\":{},\"event\":\"{}\"}}\n", line, event);
-  }
-
   Output& output_;
-  std::string packetText_;
-  std::string rawText_;
+  std::string members_;
 };
 
 class JsonSummaryWriter : public EventWriter {

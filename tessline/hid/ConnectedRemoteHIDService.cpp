@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <compare>
 #include <limits>
 #include <string_view>
 #include <utility>
@@ -127,6 +128,7 @@ void ConnectedRemoteHIDService::startListening() {
   }
 
   std::vector<platform::HIDMatching> matching;
+  matching.reserve(ConnectedRemoteHIDDevice::knownSiriRemoteProductIDs.size());
   for (const std::int64_t productID : ConnectedRemoteHIDDevice::knownSiriRemoteProductIDs) {
     matching.push_back({ConnectedRemoteHIDDevice::appleVendorID, productID});
   }
@@ -258,7 +260,8 @@ void ConnectedRemoteHIDService::publishSnapshot() {
   for (const auto& [id, device] : devices_) snapshot.devices.push_back(device);
   std::ranges::stable_sort(snapshot.devices, [](const auto& left, const auto& right) {
     const auto byName = compareCanonically(left.name, right.name);
-    return byName != 0 ? byName < 0 : compareCanonically(left.id, right.id) < 0;
+    return std::is_neq(byName) ? std::is_lt(byName)
+                               : std::is_lt(compareCanonically(left.id, right.id));
   });
   onSnapshotChanged(snapshot);
 }

@@ -32,7 +32,7 @@ PacketLogLine PacketLoggerLineParser::readLine(std::string_view line,
                                                std::vector<std::uint8_t>& payload) const {
   const LineScan scan = textKernel().scanLine(line);
   if (isPlain(line, scan)) return readAsciiLine(line, scan.received, payload);
-  if (!findCharacters(line, receivedWord, LetterCase::ignoredInAscii)) {
+  if (findCharacters(line, receivedWord, LetterCase::ignoredInAscii) == std::string_view::npos) {
     return PacketLogLine::notReceived;
   }
   if (!addressMatches(line)) return PacketLogLine::otherRemote;
@@ -60,8 +60,9 @@ bool PacketLoggerLineParser::addressMatches(std::string_view line) const {
   if (!acceptedRemoteAddress || acceptedRemoteAddress->empty()) return true;
   const bool plain = isPlain(line, textKernel().scanLine(line));
   const auto holds = [line, plain](std::string_view address) {
-    if (plain) return line.find(address) != std::string_view::npos;
-    return static_cast<bool>(findCharacters(line, address, LetterCase::matters));
+    const std::size_t found =
+        plain ? line.find(address) : findCharacters(line, address, LetterCase::matters);
+    return found != std::string_view::npos;
   };
   return holds(*acceptedRemoteAddress) || holds(placeholderAddress);
 }
@@ -70,8 +71,8 @@ std::string_view PacketLoggerLineParser::payloadRegion(std::string_view line) {
   const LineScan scan = textKernel().scanLine(line);
   if (isPlain(line, scan)) return plainPayloadRegion(line, scan.received);
   if (const auto region = dropCharacters(line, prefixLength)) return *region;
-  const CharacterRange received = findCharacters(line, receivedWord, LetterCase::ignoredInAscii);
-  return received ? line.substr(received.position + received.size) : line;
+  const std::size_t received = findCharacters(line, receivedWord, LetterCase::ignoredInAscii);
+  return received == std::string_view::npos ? line : line.substr(received + receivedWord.size());
 }
 
 }  // namespace tessline

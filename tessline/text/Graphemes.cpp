@@ -1,31 +1,20 @@
 #include "tessline/text/Graphemes.h"
 
+#include <algorithm>
+
 #include <utf8proc.h>
 
 namespace tessline {
 
 namespace {
 
-char32_t lowerAscii(char32_t letter) {
-  return letter >= U'A' && letter <= U'Z' ? letter - U'A' + U'a' : letter;
+char lowerAscii(char letter) {
+  return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
 }
 
-// How many bytes at the front of `text` are `word`, scalar by scalar; none if it does not stand
-// there.
-std::optional<std::size_t> frontSize(std::string_view text, std::string_view word,
-                                     LetterCase letterCase) {
-  std::size_t size = 0;
-  while (!word.empty()) {
-    const Utf8Scalar wanted = firstScalar(word);
-    const Utf8Scalar found = firstScalar(text.substr(size));
-    const bool isSame =
-        found.value == wanted.value || (letterCase == LetterCase::ignoredInAscii &&
-                                        lowerAscii(found.value) == lowerAscii(wanted.value));
-    if (found.size == 0 || !isSame) return std::nullopt;
-    size += found.size;
-    word.remove_prefix(wanted.size);
-  }
-  return size;
+bool startsWith(std::string_view text, std::string_view word, LetterCase letterCase) {
+  if (letterCase == LetterCase::matters || text.size() < word.size()) return text.starts_with(word);
+  return std::ranges::equal(text.substr(0, word.size()), word, {}, lowerAscii, lowerAscii);
 }
 
 }  // namespace
@@ -57,16 +46,15 @@ std::optional<std::string_view> dropCharacters(std::string_view text, std::size_
   return walk.rest();
 }
 
-CharacterRange findCharacters(std::string_view text, std::string_view word, LetterCase letterCase) {
+std::size_t findCharacters(std::string_view text, std::string_view word, LetterCase letterCase) {
   for (GraphemeWalk walk(text); !walk.rest().empty(); walk.next()) {
-    const auto size = frontSize(walk.rest(), word, letterCase);
-    if (!size) continue;
-    const std::size_t restBehindWord = walk.rest().size() - *size;
+    if (!startsWith(walk.rest(), word, letterCase)) continue;
+    const std::size_t restBehindWord = walk.rest().size() - word.size();
     GraphemeWalk end = walk;
     while (end.rest().size() > restBehindWord) end.next();
-    if (end.rest().size() == restBehindWord) return {text.size() - walk.rest().size(), *size};
+    if (end.rest().size() == restBehindWord) return text.size() - walk.rest().size();
   }
-  return {};
+  return std::string_view::npos;
 }
 
 }  // namespace tessline

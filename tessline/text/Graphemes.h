@@ -35,18 +35,8 @@ class GraphemeWalk {
 /// The part of `text` behind its first `count` characters; none when it has no more than these.
 std::optional<std::string_view> dropCharacters(std::string_view text, std::size_t count);
 
-/// A place in a text, in bytes.
-struct CharacterRange {
-  std::size_t position = std::string_view::npos;  ///< `npos` for no place.
-  std::size_t size = 0;                           ///< How many bytes stand there.
-
-  /// Whether it is a place.
-  explicit operator bool() const { return position != std::string_view::npos; }
-};
-
 /// Where `word` (not empty) first stands in `text` as whole characters: a letter that carries a
-/// combining mark is not the bare letter. Scalars are compared, so that any broken bytes equal any
-/// others and U+FFFD.
-CharacterRange findCharacters(std::string_view text, std::string_view word, LetterCase letterCase);
+/// combining mark is not the bare letter. `npos` when it does not.
+std::size_t findCharacters(std::string_view text, std::string_view word, LetterCase letterCase);
 
 }  // namespace tessline

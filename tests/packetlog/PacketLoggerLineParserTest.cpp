@@ -223,6 +223,13 @@ TEST(AcceptedAddress, ConsistsOfWholeCharacters) {
   EXPECT_FALSE(accepts("RECV e\xCC\x81 1b", "e"));
 }
 
+TEST(AcceptedAddress, TellsBrokenBytesApart) {
+  EXPECT_TRUE(accepts("RECV \xFF 1b", "\xFF"));
+  EXPECT_FALSE(accepts("RECV \xFE 1b", "\xFF"));
+  EXPECT_FALSE(accepts("RECV \xE2\x80 1b", "\xE2"));
+  EXPECT_FALSE(accepts("RECV \xFF 1b", "\xEF\xBF\xBD"));
+}
+
 TEST(AcceptedAddress, IsNotNeededByThePlaceholder) {
   const std::string address(wantedAddress);
   EXPECT_TRUE(accepts("RECV 00:00:00:00:00:00 1b", address));

@@ -93,8 +93,9 @@ std::uint8_t hexNumber(const ReferenceCharacter& high, const ReferenceCharacter&
   return static_cast<std::uint8_t>(std::stoul(high.source + low.source, nullptr, 16));
 }
 
+// By their bytes: two broken sequences read alike, but only the same one is the same text.
 bool isSame(const ReferenceCharacter& left, const ReferenceCharacter& right) {
-  return left.scalars == right.scalars;
+  return left.source == right.source;
 }
 
 bool isSameIgnoringAsciiCase(const ReferenceCharacter& left, const ReferenceCharacter& right) {

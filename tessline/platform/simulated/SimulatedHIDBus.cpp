@@ -33,6 +33,8 @@ class SimulatedHIDManager : public HIDManager,
     bus_->calls_->add("IOHIDManagerSetDeviceMatchingMultiple",
                       {{"VendorID", std::move(vendors)}, {"ProductID", std::move(products)}});
     matching_.assign(matching.begin(), matching.end());
+    matched_.clear();
+    for (const auto& device : bus_->devices_) take(device);
   }
 
   void registerDeviceMatchingCallback(HIDDeviceCallback callback) override {
@@ -48,8 +50,8 @@ class SimulatedHIDManager : public HIDManager,
   void scheduleWithRunLoop(MainRunLoop& loop) override {
     bus_->calls_->add("IOHIDManagerScheduleWithRunLoop");
     isScheduled_ = true;
-    for (const auto& device : bus_->devices_) {
-      if (matches(*device)) callLater(loop, device, &SimulatedHIDManager::onMatched_);
+    for (const auto& device : matched_) {
+      callLater(loop, device, &SimulatedHIDManager::onMatched_);
     }
   }
 
@@ -59,7 +61,7 @@ class SimulatedHIDManager : public HIDManager,
   }
 
   HIDResult open() override {
-    bus_->calls_->add("IOHIDManagerOpen");
+    bus_->calls_->add("IOHIDManagerOpen", {{"result", std::int64_t{bus_->openResult_}}});
     isOpen_ = bus_->openResult_ == 0;
     return bus_->openResult_;
   }
@@ -72,38 +74,37 @@ class SimulatedHIDManager : public HIDManager,
 
   std::optional<std::vector<std::shared_ptr<HIDDevice>>> copyDevices() override {
     bus_->calls_->add("IOHIDManagerCopyDevices");
-    std::vector<std::shared_ptr<HIDDevice>> devices;
-    for (const auto& device : bus_->devices_) {
-      if (matches(*device)) devices.push_back(device);
-    }
-    hasMatched_ = hasMatched_ || !devices.empty();
     // A real manager tells of no devices at all until one has matched.
     if (!bus_->devicesCanBeCopied_ || !hasMatched_) return std::nullopt;
-    return devices;
+    return std::vector<std::shared_ptr<HIDDevice>>(matched_.begin(), matched_.end());
   }
 
   void deviceAppeared(const std::shared_ptr<SimulatedHIDDevice>& device) {
-    if (!matches(*device)) return;
-    hasMatched_ = true;
-    if (isScheduled_) callLater(*bus_->mainRunLoop_, device, &SimulatedHIDManager::onMatched_);
+    if (!take(device) || !isScheduled_) return;
+    callLater(*bus_->mainRunLoop_, device, &SimulatedHIDManager::onMatched_);
   }
 
   void deviceWent(const std::shared_ptr<SimulatedHIDDevice>& device) {
-    if (matches(*device) && isScheduled_) {
-      callLater(*bus_->mainRunLoop_, device, &SimulatedHIDManager::onRemoved_);
-    }
+    if (std::erase(matched_, device) == 0 || !isScheduled_) return;
+    callLater(*bus_->mainRunLoop_, device, &SimulatedHIDManager::onRemoved_);
   }
 
-  bool delivers(const SimulatedHIDDevice& device) const {
-    return isScheduled_ && isOpen_ && matches(device);
+  bool delivers(const std::shared_ptr<SimulatedHIDDevice>& device) const {
+    return isScheduled_ && isOpen_ && std::ranges::find(matched_, device) != matched_.end();
   }
 
  private:
-  bool matches(const HIDDevice& device) const {
-    return std::ranges::any_of(matching_, [&](const HIDMatching& entry) {
-      return hasNumber(device, "VendorID", entry.vendorID) &&
-             hasNumber(device, "ProductID", entry.productID);
+  // Whether the device matches; it then stays matched until it goes, whatever becomes of its
+  // properties.
+  bool take(const std::shared_ptr<SimulatedHIDDevice>& device) {
+    const bool matches = std::ranges::any_of(matching_, [&](const HIDMatching& entry) {
+      return hasNumber(*device, "VendorID", entry.vendorID) &&
+             hasNumber(*device, "ProductID", entry.productID);
     });
+    if (!matches) return false;
+    hasMatched_ = true;
+    matched_.push_back(device);
+    return true;
   }
 
   void callLater(MainRunLoop& loop, const std::shared_ptr<SimulatedHIDDevice>& device,
@@ -118,6 +119,7 @@ class SimulatedHIDManager : public HIDManager,
 
   std::shared_ptr<SimulatedHIDBus> bus_;
   std::vector<HIDMatching> matching_;
+  std::vector<std::shared_ptr<SimulatedHIDDevice>> matched_;
   HIDDeviceCallback onMatched_;
   HIDDeviceCallback onRemoved_;
   bool isScheduled_ = false;
@@ -160,7 +162,7 @@ void SimulatedHIDBus::sendReport(const std::shared_ptr<SimulatedHIDDevice>& devi
   mainRunLoop_->async([self = shared_from_this(), device, reportID, report = std::move(report)] {
     const bool isWanted = std::ranges::any_of(self->managers_, [&](const auto& weak) {
       const auto manager = weak.lock();
-      return manager && manager->delivers(*device);
+      return manager && manager->delivers(device);
     });
     if (isWanted) device->deliver(reportID, report);
   });

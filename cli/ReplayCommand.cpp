@@ -1,0 +1,109 @@
+#include "cli/Commands.h"
+#include "cli/Errors.h"
+#include "cli/Output.h"
+#include "cli/replay/Invariants.h"
+#include "cli/replay/ObservationWriter.h"
+#include "cli/replay/Recording.h"
+#include "cli/replay/Replay.h"
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+namespace tessline::cli {
+
+namespace {
+
+struct ReplayOptions {
+  std::string file;
+  bool check = false;
+};
+
+// Follows a replay, either writing what it sees or holding it against the rules.
+class Observer {
+ public:
+  Observer(Output& output, bool check)
+      : output_(output),
+        invariants_(check ? makeInvariants() : std::vector<std::unique_ptr<Invariant>>()),
+        isChecking_(check) {}
+
+  void observe(platform::QueueTime time, const Observation& observation) {
+    if (!isChecking_) return writeObservation(time, observation, output_);
+    std::vector<Violation> violations;
+    for (const auto& invariant : invariants_) invariant->observe(time, observation, violations);
+    for (const Violation& violation : violations) {
+      output_.print("{} s: {}\n", secondsText(violation.time), violation.text);
+    }
+    violationCount_ += violations.size();
+  }
+
+  std::size_t violationCount() const { return violationCount_; }
+
+ private:
+  Output& output_;
+  std::vector<std::unique_ptr<Invariant>> invariants_;
+  bool isChecking_;
+  std::size_t violationCount_ = 0;
+};
+
+void replay(const ReplayOptions& options) {
+  std::ifstream file;
+  const bool isStandardInput = options.file == "-";
+  if (!isStandardInput) {
+    if (std::filesystem::is_directory(options.file)) {
+      throwSystemError("read", options.file, EISDIR);
+    }
+    file.open(options.file, std::ios::binary);
+    if (!file) throwSystemError("open", options.file, errno);
+  }
+  Output output = Output::standard();
+  Observer observer(output, options.check);
+  Replay replay([&](platform::QueueTime time, const Observation& observation) {
+    observer.observe(time, observation);
+  });
+  RecordingReader reader(isStandardInput ? std::cin : file);
+  std::size_t count = 0;
+  try {
+    while (const auto record = reader.next()) {
+      replay.play(*record);
+      ++count;
+    }
+  } catch (const RecordingError& error) {
+    output.finish();
+    throw InputOutputError(fmt::format("{}:{}: {}",
+                                       isStandardInput ? "standard input" : options.file,
+                                       reader.line(), error.what()));
+  }
+  if (options.check) {
+    output.print("{} records, {} violations\n", count, observer.violationCount());
+  }
+  output.finish();
+  if (observer.violationCount() > 0) throw CheckFailed();
+}
+
+}  // namespace
+
+void addReplayCommand(CLI::App& application) {
+  auto options = std::make_shared<ReplayOptions>();
+  CLI::App* const command = application.add_subcommand(
+      "replay",
+      "Drive the real services from a recording, in virtual time, and write what comes out as JSON "
+      "Lines");
+  command
+      ->add_option("FILE", options->file,
+                   "The recording (see docs/recording.md); - is standard input")
+      ->required();
+  command->add_flag("--check", options->check,
+                    "Hold the replay against the rules that every replay keeps, and write what "
+                    "breaks them instead; exit code 1 if anything does");
+  command->callback([options] { replay(*options); });
+}
+
+}  // namespace tessline::cli

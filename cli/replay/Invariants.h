@@ -1,0 +1,49 @@
+/// @file
+/// What must hold in every replay, whatever was recorded.
+#pragma once
+
+#include "cli/replay/Observation.h"
+#include "tessline/platform/SerialQueue.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace tessline::cli {
+
+/// A rule that was broken.
+struct Violation {
+  platform::QueueTime time{};
+  std::string text;  ///< For people: what was seen and what should have been.
+
+  bool operator==(const Violation&) const = default;
+};
+
+/// One rule, which follows everything that happens.
+class Invariant {
+ public:
+  virtual ~Invariant() = default;
+
+  /// Takes the next observation and adds what it breaks.
+  virtual void observe(platform::QueueTime time, const Observation& observation,
+                       std::vector<Violation>& violations) = 0;
+};
+
+/// A button goes up only after it went down on the same path (button mask, handle 0x0023), once.
+/// Over handle 0x003A the voice button goes up only while voice is being collected, however that
+/// began.
+std::unique_ptr<Invariant> makeReleaseFollowsPress();
+/// A service that is gone calls nothing back.
+std::unique_ptr<Invariant> makeNoCallbackAfterRelease();
+/// A snapshot says that the service listens exactly while its manager is open.
+std::unique_ptr<Invariant> makeListeningMeansOpen();
+/// Every interface of a snapshot has a report buffer, and none else has: the service's tables have
+/// one set of keys.
+std::unique_ptr<Invariant> makeOneKeySet();
+/// The interfaces of a snapshot are sorted by name, then by id.
+std::unique_ptr<Invariant> makeDevicesAreSorted();
+
+/// All of them.
+std::vector<std::unique_ptr<Invariant>> makeInvariants();
+
+}  // namespace tessline::cli

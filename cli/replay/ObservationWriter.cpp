@@ -1,0 +1,83 @@
+#include "cli/replay/ObservationWriter.h"
+
+#include "cli/EventJson.h"
+#include "cli/replay/Recording.h"
+
+#include <string>
+#include <variant>
+
+#include <nlohmann/json.hpp>
+
+namespace tessline::cli {
+
+namespace {
+
+using nlohmann::ordered_json;
+
+// Names of devices may be broken text; a program must get valid JSON all the same.
+std::string members(const ordered_json& object) {
+  const std::string text = object.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+  return object.empty() ? std::string() : "," + text.substr(1, text.size() - 2);
+}
+
+class Writer {
+ public:
+  Writer(platform::QueueTime time, Output& output) : time_(secondsText(time)), output_(output) {}
+
+  void operator()(const HIDServiceCreated&) const {}
+  void operator()(const HIDServiceReleased&) const {}
+
+  void operator()(const ConnectedRemoteHIDSnapshot& snapshot) const {
+    ordered_json devices = ordered_json::array();
+    for (const ConnectedRemoteHIDDevice& device : snapshot.devices) {
+      devices.push_back({{"id", device.id},
+                         {"name", device.name},
+                         {"transport", device.transport},
+                         {"vendorID", device.vendorID},
+                         {"productID", device.productID},
+                         {"usagePage", device.usagePage},
+                         {"usage", device.usage}});
+    }
+    line("hid.snapshot", members({{"status", snapshot.status},
+                                  {"isListening", snapshot.isListening},
+                                  {"devices", std::move(devices)}}));
+  }
+
+  void operator()(const HIDRawPayload& payload) const {
+    std::string text = R"(,"bytes":")";
+    appendHex(payload.bytes, text);
+    line("hid.rawPayload", text + '"');
+  }
+
+  void operator()(const HIDEvents& batch) const {
+    for (const TesslineEvent& event : batch.events) {
+      std::string text = ",";
+      appendEventMembers(event, text);
+      line("hid.event", text);
+    }
+  }
+
+  void operator()(const platform::simulated::PlatformCall& call) const {
+    ordered_json object = {{"operation", call.operation}};
+    for (const auto& [name, value] : call.arguments) {
+      std::visit([&object, &key = name](const auto& argument) { object[key] = argument; }, value);
+    }
+    line("call", members(object));
+  }
+
+ private:
+  void line(std::string_view kind, std::string_view rest) const {
+    output_.print("{{\"time\":{},\"output\":\"{}\"{}}}\n", time_, kind, rest);
+  }
+
+  std::string time_;
+  Output& output_;
+};
+
+}  // namespace
+
+void writeObservation(platform::QueueTime time, const Observation& observation, Output& output) {
+  std::visit(Writer(time, output), observation);
+}
+
+}  // namespace tessline::cli

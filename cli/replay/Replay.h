@@ -1,0 +1,85 @@
+/// @file
+/// Drives the services from a recording, on the simulated host.
+#pragma once
+
+#include "cli/replay/Observation.h"
+#include "cli/replay/Recording.h"
+#include "tessline/hid/ConnectedRemoteHIDService.h"
+#include "tessline/platform/simulated/SimulatedHost.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tessline::cli {
+
+/// The kinds of values that records hold.
+enum class MemberKind : std::uint8_t { text, integer, truth, bytes, properties };
+
+/// A member of a record's object.
+struct RecordMember {
+  std::string_view name;
+  MemberKind kind;
+  bool isRequired;
+};
+
+class Replay;
+
+/// One type of record: what it holds and what it does.
+struct RecordType {
+  std::string_view name;
+  std::vector<RecordMember> members;
+  void (*apply)(Replay& replay, const nlohmann::json& members);
+};
+
+/// All types of records. Each transport has its own list.
+std::span<const RecordType> recordTypes();
+/// The types whose names begin with "hid.".
+std::span<const RecordType> hidRecordTypes();
+
+/// Services on a simulated host, moved by records. Deterministic: the same records are followed by
+/// the same observations.
+class Replay {
+ public:
+  /// Told of everything that happens, in order, with the virtual time.
+  using Observer = std::function<void(platform::QueueTime time, const Observation& observation)>;
+
+  explicit Replay(Observer observer);
+  Replay(const Replay&) = delete;
+  Replay& operator=(const Replay&) = delete;
+  ~Replay();
+
+  /// Moves the clock to the record's time, running what falls due, then lets the record happen and
+  /// runs what it caused. Throws RecordingError.
+  void play(const Record& record);
+
+  /// The state that records of HID work on.
+  struct HID {
+    std::shared_ptr<ConnectedRemoteHIDService> service;
+    std::map<std::string, std::shared_ptr<platform::simulated::SimulatedHIDDevice>> devices;
+
+    /// The device of that name. Throws RecordingError.
+    std::shared_ptr<platform::simulated::SimulatedHIDDevice> device(const std::string& name) const;
+    /// The service. Throws RecordingError if there is none.
+    ConnectedRemoteHIDService& requireService() const;
+  };
+
+  HID& hid() { return hid_; }
+  const std::shared_ptr<platform::simulated::SimulatedHost>& host() { return host_; }
+  void observe(const Observation& observation) { observer_(host_->scheduler().now(), observation); }
+
+ private:
+  Observer observer_;
+  std::shared_ptr<platform::simulated::SimulatedHost> host_ =
+      platform::simulated::SimulatedHost::create();
+  HID hid_;
+};
+
+/// The bytes of a member that holds them; it has been checked before.
+std::vector<std::uint8_t> memberBytes(const nlohmann::json& value);
+
+}  // namespace tessline::cli
