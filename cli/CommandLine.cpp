@@ -16,7 +16,7 @@ namespace tessline::cli {
 namespace {
 
 constexpr const char* exitCodeHelp =
-    "Exit codes: 0 done, 1 input or output failed, 2 the command line was not understood.";
+    "Exit codes: 0 done, 1 input, output or a check failed, 2 the command line was not understood.";
 
 // The arguments with which a live capture runs the tool that `simulate` can stand in for.
 bool isPacketLoggerCall(const std::vector<std::string>& arguments) {
