@@ -122,7 +122,8 @@ void ConnectedRemoteHIDService::startListening() {
   if (isListening_) return;
   if (manager_) stopListening();
   manager_ = platform_->makeHIDManager();
-  if (!manager_) {
+  const auto manager = manager_;
+  if (!manager) {
     status_ = status::cannotCreate;
     return publishSnapshot();
   }
@@ -132,18 +133,19 @@ void ConnectedRemoteHIDService::startListening() {
   for (const std::int64_t productID : ConnectedRemoteHIDDevice::knownSiriRemoteProductIDs) {
     matching.push_back({ConnectedRemoteHIDDevice::appleVendorID, productID});
   }
-  manager_->setDeviceMatchingMultiple(matching);
+  manager->setDeviceMatchingMultiple(matching);
   const auto calling = [weak = weak_from_this()](auto handle) {
     return [weak, handle](const std::shared_ptr<platform::HIDDevice>& device) {
       if (const auto self = weak.lock()) ((*self).*handle)(device);
     };
   };
-  manager_->registerDeviceMatchingCallback(
-      calling(&ConnectedRemoteHIDService::handleMatchedDevice));
-  manager_->registerDeviceRemovalCallback(calling(&ConnectedRemoteHIDService::handleRemovedDevice));
-  manager_->scheduleWithRunLoop(*mainRunLoop_);
+  manager->registerDeviceMatchingCallback(calling(&ConnectedRemoteHIDService::handleMatchedDevice));
+  manager->registerDeviceRemovalCallback(calling(&ConnectedRemoteHIDService::handleRemovedDevice));
+  manager->scheduleWithRunLoop(*mainRunLoop_);
 
-  const platform::HIDResult result = manager_->open();
+  const platform::HIDResult result = manager->open();
+  // Stopped or started anew by what was called back meanwhile: this start is history.
+  if (manager_ != manager) return;
   if (result == 0) {
     refreshConnectedDevices();
     isListening_ = true;
@@ -151,7 +153,7 @@ void ConnectedRemoteHIDService::startListening() {
                                 productNamePrefix ? *productNamePrefix : std::string(defaultLabel));
   } else {
     status_ = std::string(status::cannotOpen) + resultText(result);
-    manager_->unscheduleFromRunLoop(*mainRunLoop_);
+    manager->unscheduleFromRunLoop(*mainRunLoop_);
     // Released without being closed, its callbacks still registered: it was never opened.
     manager_.reset();
   }

@@ -53,6 +53,19 @@ TEST_F(HIDInterfaceTest, NegativeNumbersKeepTheirSignInTheKey) {
   EXPECT_EQ(listed({{"RegistryID", std::int64_t{-9}}})->id, "-9");
 }
 
+TEST_F(HIDInterfaceTest, WithoutANameNothingElseIsRead) {
+  service->startListening();
+  connect({{"Product", std::string()}});
+  host->calls().clear();
+  host->runReady();
+  ASSERT_EQ(host->calls().calls().size(), 1U);
+  EXPECT_EQ(host->calls().calls()[0],
+            (platform::simulated::PlatformCall{
+                {},
+                "IOHIDDeviceGetProperty",
+                {{"device", std::int64_t{1}}, {"key", std::string("Product")}}}));
+}
+
 TEST_F(HIDInterfaceTest, TransportThatIsNoTextIsUnknown) {
   EXPECT_EQ(listed({{"Transport", std::monostate()}})->transport, "Unknown");
   EXPECT_EQ(listed({{"Transport", std::int64_t{3}}})->transport, "Unknown");

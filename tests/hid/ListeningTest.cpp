@@ -79,6 +79,21 @@ TEST_F(HIDServiceTest, SecondStartPublishesNothing) {
   EXPECT_EQ(operations().size(), calls);
 }
 
+TEST_F(HIDServiceTest, StartDuringAStartStopsTheFirst) {
+  bool isFirst = true;
+  host->calls().onCall = [&](const platform::simulated::PlatformCall& call) {
+    if (call.operation == "IOHIDManagerOpen" && std::exchange(isFirst, false)) {
+      service->startListening();
+    }
+  };
+  service->startListening();
+  ASSERT_EQ(snapshots.size(), 2U);
+  EXPECT_EQ(snapshots[0].status, "Stopped");
+  EXPECT_EQ(snapshots[1].status, "Listening for connected Siri Remote HID devices");
+  EXPECT_TRUE(snapshots[1].isListening);
+  host->calls().onCall = nullptr;
+}
+
 TEST_F(HIDServiceTest, ManagerThatCannotBeCreatedIsTheStatus) {
   host->hid().setManagersCanBeCreated(false);
   service->startListening();

@@ -7,8 +7,8 @@ namespace tessline::platform::simulated {
 
 namespace {
 
-bool hasNumber(const HIDDevice& device, std::string_view key, std::int64_t wanted) {
-  const HIDProperty property = device.property(key);
+bool hasNumber(const SimulatedHIDDevice& device, std::string_view key, std::int64_t wanted) {
+  const HIDProperty property = device.scriptedProperty(key);
   const auto* number = std::get_if<std::int64_t>(&property);
   return number != nullptr && *number == wanted;
 }

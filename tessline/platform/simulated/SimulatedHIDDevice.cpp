@@ -10,6 +10,11 @@ SimulatedHIDDevice::SimulatedHIDDevice(std::int64_t number, Properties propertie
     : number_(number), properties_(std::move(properties)), calls_(std::move(calls)) {}
 
 HIDProperty SimulatedHIDDevice::property(std::string_view key) const {
+  calls_->add("IOHIDDeviceGetProperty", {{"device", number_}, {"key", std::string(key)}});
+  return scriptedProperty(key);
+}
+
+HIDProperty SimulatedHIDDevice::scriptedProperty(std::string_view key) const {
   const auto found = properties_.find(key);
   return found == properties_.end() ? HIDProperty() : found->second;
 }

@@ -30,6 +30,8 @@ class SimulatedHIDDevice : public HIDDevice {
 
   /// Counts from 1, in the order of appearance.
   std::int64_t number() const { return number_; }
+  /// The property of that name, without a recorded call.
+  HIDProperty scriptedProperty(std::string_view key) const;
   /// Changes the properties, as a device does that is configured anew.
   void setProperties(Properties properties) { properties_ = std::move(properties); }
   /// The size of the buffer that reports are delivered through; 0 without a registration.
