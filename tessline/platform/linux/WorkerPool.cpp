@@ -26,7 +26,9 @@ WorkerPool::WorkerPool() : keepsRunning_(asio::make_work_guard(context_)) {
       std::clamp(std::thread::hardware_concurrency(), fewestThreads, mostThreads);
   for (unsigned index = 0; index < count; ++index) {
     threads_.emplace_back([this] {
+#ifdef __linux__
       pthread_setname_np(pthread_self(), "tessline-queue");
+#endif
       context_.run();
     });
   }
