@@ -15,11 +15,13 @@ namespace tessline::platform {
 /// lives until the process ends. Its threads then finish the work at hand and start none.
 class WorkerPool {
  public:
+  /// The pool; made on the first call. Any thread.
   static WorkerPool& shared();
 
   WorkerPool(const WorkerPool&) = delete;
   WorkerPool& operator=(const WorkerPool&) = delete;
 
+  /// What its threads run.
   asio::io_context& context() { return context_; }
 
  private:

@@ -16,12 +16,14 @@ namespace tessline::platform::simulated {
 /// Stamps each call with the virtual time and keeps it. Not synchronised.
 class CallLog {
  public:
+  /// Stamps with the time of `scheduler`.
   explicit CallLog(std::shared_ptr<VirtualScheduler> scheduler)
       : scheduler_(std::move(scheduler)) {}
 
   /// Told of each call as it comes.
   std::function<void(const PlatformCall&)> onCall;
 
+  /// Keeps a call of that name, made now.
   void add(std::string_view operation,
            std::vector<std::pair<std::string, CallArgument>> arguments = {}) {
     calls_.push_back({scheduler_->now(), std::string(operation), std::move(arguments)});

@@ -18,6 +18,7 @@ class SimulatedHIDManager;
 /// calls back is handed to the main run loop first, as on a real host.
 class SimulatedHIDBus : public std::enable_shared_from_this<SimulatedHIDBus> {
  public:
+  /// Without devices. Calls back from `mainRunLoop` and notes what managers are asked in `calls`.
   SimulatedHIDBus(std::shared_ptr<MainRunLoop> mainRunLoop, std::shared_ptr<CallLog> calls);
 
   /// A device appears.

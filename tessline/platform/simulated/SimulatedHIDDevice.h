@@ -19,8 +19,10 @@ namespace tessline::platform::simulated {
 /// recorded calls.
 class SimulatedHIDDevice : public HIDDevice {
  public:
+  /// Properties by name; what is not there is missing.
   using Properties = std::map<std::string, HIDProperty, std::less<>>;
 
+  /// Made by `SimulatedHIDBus::connect`.
   SimulatedHIDDevice(std::int64_t number, Properties properties, std::shared_ptr<CallLog> calls);
 
   HIDProperty property(std::string_view key) const override;

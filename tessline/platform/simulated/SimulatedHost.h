@@ -20,6 +20,7 @@ namespace tessline::platform::simulated {
 /// The main run loop's `run` delivers, moving the clock, until it is stopped or nothing is left.
 class SimulatedHost : public Platform {
  public:
+  /// A host at time 0, without devices.
   static std::shared_ptr<SimulatedHost> create();
   SimulatedHost(const SimulatedHost&) = delete;
   SimulatedHost& operator=(const SimulatedHost&) = delete;
