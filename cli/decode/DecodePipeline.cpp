@@ -3,9 +3,11 @@
 #include "tessline/packetlog/PacketLogBatch.h"
 
 #include <condition_variable>
+#include <cstddef>
 #include <exception>
+#include <map>
+#include <memory>
 #include <mutex>
-#include <optional>
 #include <system_error>
 #include <thread>
 #include <vector>
@@ -21,6 +23,8 @@ class Pipeline {
       : reader_(reader), kind_(kind), decoder_(decoder), sink_(sink) {}
 
   DecodeProgress run(unsigned threadCount) {
+    // Enough that a thread seldom waits for another, few enough to keep memory small.
+    mostJobs_ = std::size_t{2} * threadCount + 1;
     std::vector<std::thread> helpers;
     try {
       while (helpers.size() + 1 < threadCount) helpers.emplace_back([this] { work(); });
@@ -34,52 +38,78 @@ class Pipeline {
   }
 
  private:
-  // One thread's loop: take the next stretch, find its packets, wait for its turn, decode them.
+  // A stretch of the input on its way: read, then searched for packets, then decoded in its turn.
+  struct Job {
+    std::uint64_t ticket = 0;
+    CaptureBlock block;
+    PacketLogBatch batch;
+  };
+
+  // One thread's loop: take the next stretch, find its packets, see that it is decoded in its turn.
   void work() {
     try {
-      CaptureBlock block;
-      PacketLogBatch batch;
-      while (const auto ticket = take(block)) {
-        find(block, batch);
-        if (!awaitTurn(*ticket)) return;
-        deliver(block, batch);
-        passTurn();
+      while (auto job = take()) {
+        find(*job);
+        if (!deliverInTurn(std::move(job))) return;
       }
     } catch (...) {
       fail(std::current_exception());
     }
   }
 
-  std::optional<std::uint64_t> take(CaptureBlock& block) {
+  std::unique_ptr<Job> take() {
+    auto job = freeJob();
+    if (!job) return nullptr;
     const std::lock_guard lock(readMutex_);
-    if (inputEnded_ || !reader_.read(block)) {
+    if (inputEnded_ || !reader_.read(job->block)) {
       inputEnded_ = true;
-      return std::nullopt;
+      return nullptr;
     }
-    return nextTicket_++;
+    job->ticket = nextTicket_++;
+    return job;
   }
 
-  void find(const CaptureBlock& block, PacketLogBatch& batch) const {
+  // A job to use again, or a new one while there are few; null after a failure.
+  std::unique_ptr<Job> freeJob() {
+    std::unique_lock lock(turnMutex_);
+    jobFreed_.wait(lock, [this] { return !free_.empty() || jobCount_ < mostJobs_ || failure_; });
+    if (failure_) return nullptr;
+    if (free_.empty()) {
+      ++jobCount_;
+      return std::make_unique<Job>();
+    }
+    auto job = std::move(free_.back());
+    free_.pop_back();
+    return job;
+  }
+
+  void find(Job& job) const {
     switch (kind_) {
       case InputKind::packetLog:
-        return batch.read(block.text, decoder_.lineParser());
+        return job.batch.read(job.block.text, decoder_.lineParser());
       case InputKind::payloads:
-        return batch.readPayloads(block.text);
+        return job.batch.readPayloads(job.block.text);
     }
   }
 
-  bool awaitTurn(std::uint64_t ticket) {
+  // Decodes the job and those behind it that are ready, unless its turn has not come or another
+  // thread is at it, which then sees to this one, too. False after a failure.
+  bool deliverInTurn(std::unique_ptr<Job> job) {
     std::unique_lock lock(turnMutex_);
-    turnChanged_.wait(lock, [&] { return turn_ == ticket || failure_; });
-    return !failure_;
-  }
-
-  void passTurn() {
-    {
-      const std::lock_guard lock(turnMutex_);
+    ready_.emplace(job->ticket, std::move(job));
+    if (isDelivering_) return !failure_;
+    isDelivering_ = true;
+    while (!failure_ && !ready_.empty() && ready_.begin()->first == turn_) {
+      auto next = std::move(ready_.extract(ready_.begin()).mapped());
+      lock.unlock();
+      deliver(next->block, next->batch);
+      lock.lock();
       ++turn_;
+      free_.push_back(std::move(next));
+      jobFreed_.notify_one();
     }
-    turnChanged_.notify_all();
+    isDelivering_ = false;
+    return !failure_;
   }
 
   void fail(std::exception_ptr failure) {
@@ -88,10 +118,10 @@ class Pipeline {
       inputEnded_ = true;
       if (!failure_) failure_ = std::move(failure);
     }
-    turnChanged_.notify_all();
+    jobFreed_.notify_all();
   }
 
-  // Runs on the thread whose turn it is, so that it alone touches the decoder and the sink.
+  // Runs on one thread at a time, which alone touches the decoder and the sink.
   void deliver(const CaptureBlock& block, const PacketLogBatch& batch) {
     const std::uint64_t firstLine = progress_.counts.lines + 1;
     decoder_.decodeBatch(
@@ -116,12 +146,17 @@ class Pipeline {
   bool inputEnded_ = false;
   std::uint64_t nextTicket_ = 0;
 
-  std::mutex turnMutex_;  // Guards the next two.
+  std::mutex turnMutex_;  // Guards all of the following but the last.
+  std::map<std::uint64_t, std::unique_ptr<Job>> ready_;  // By ticket, waiting for their turn.
+  std::vector<std::unique_ptr<Job>> free_;
+  std::size_t jobCount_ = 0;
+  std::size_t mostJobs_ = 0;
   std::uint64_t turn_ = 0;
+  bool isDelivering_ = false;
   std::exception_ptr failure_;
-  std::condition_variable turnChanged_;
+  std::condition_variable jobFreed_;
 
-  DecodeProgress progress_;  // Belongs to the thread whose turn it is.
+  DecodeProgress progress_;  // Belongs to the thread that delivers.
 };
 
 }  // namespace
