@@ -29,7 +29,7 @@ class CaptureReader {
   /// Lines with more bytes are given as `isOverlongLine`. The longest packet that Bluetooth can
   /// carry takes 0.2 MB of text.
   static constexpr std::size_t longestLine = std::size_t{1} << 20;
-  static constexpr std::size_t blockSize = std::size_t{512} << 10;
+  static constexpr std::size_t blockSize = std::size_t{128} << 10;
 
   /// Opens `path`, or takes standard input for "-". `interrupt`, if given, ends the input early and
   /// must outlive the reader. Throws InputOutputError.
