@@ -38,15 +38,25 @@ class Observer {
     if (!isChecking_) return writeObservation(time, observation, output_);
     std::vector<Violation> violations;
     for (const auto& invariant : invariants_) invariant->observe(time, observation, violations);
+    report(violations);
+  }
+
+  void finish(platform::QueueTime time) {
+    std::vector<Violation> violations;
+    for (const auto& invariant : invariants_) invariant->finish(time, violations);
+    report(violations);
+  }
+
+  std::size_t violationCount() const { return violationCount_; }
+
+ private:
+  void report(const std::vector<Violation>& violations) {
     for (const Violation& violation : violations) {
       output_.print("{} s: {}\n", secondsText(violation.time), violation.text);
     }
     violationCount_ += violations.size();
   }
 
-  std::size_t violationCount() const { return violationCount_; }
-
- private:
   Output& output_;
   std::vector<std::unique_ptr<Invariant>> invariants_;
   bool isChecking_;
@@ -82,6 +92,7 @@ void replay(const ReplayOptions& options) {
                                        reader.line(), error.what()));
   }
   if (options.check) {
+    observer.finish(replay.host()->scheduler().now());
     output.print("{} records, {} violations\n", count, observer.violationCount());
   }
   output.finish();

@@ -36,13 +36,6 @@ bool endsWith(Bytes payload, Bytes pattern) {
          std::ranges::equal(payload.last(pattern.size()), pattern);
 }
 
-std::int64_t integerArgument(const PlatformCall& call, std::string_view name) {
-  for (const auto& [key, value] : call.arguments) {
-    if (key == name) return std::get<std::int64_t>(value);
-  }
-  return 0;
-}
-
 class ReleaseFollowsPress : public Invariant {
  public:
   void observe(QueueTime time, const Observation& observation,
@@ -118,16 +111,23 @@ class NoCallbackAfterRelease : public Invariant {
  public:
   void observe(QueueTime time, const Observation& observation,
                std::vector<Violation>& violations) override {
-    if (std::holds_alternative<HIDServiceCreated>(observation)) isGone_ = false;
-    if (std::holds_alternative<HIDServiceReleased>(observation)) {
-      isGone_ = true;
-    } else if (isGone_ && !std::holds_alternative<PlatformCall>(observation)) {
+    if (std::holds_alternative<HIDServiceCreated>(observation)) isHIDGone_ = false;
+    if (std::holds_alternative<HIDServiceReleased>(observation)) isHIDGone_ = true;
+    if (std::holds_alternative<TouchCreated>(observation)) isTouchGone_ = false;
+    if (std::holds_alternative<TouchReleased>(observation)) isTouchGone_ = true;
+    const bool isOfHID = std::holds_alternative<ConnectedRemoteHIDSnapshot>(observation) ||
+                         std::holds_alternative<HIDRawPayload>(observation) ||
+                         std::holds_alternative<HIDEvents>(observation);
+    const bool isOfTouch = std::holds_alternative<TouchPoints>(observation) ||
+                           std::holds_alternative<ChargePhase>(observation);
+    if ((isOfHID && isHIDGone_) || (isOfTouch && isTouchGone_)) {
       violations.push_back({time, "a service that is gone called back"});
     }
   }
 
  private:
-  bool isGone_ = false;
+  bool isHIDGone_ = false;
+  bool isTouchGone_ = false;
 };
 
 class ListeningMeansOpen : public Invariant {
@@ -135,7 +135,8 @@ class ListeningMeansOpen : public Invariant {
   void observe(QueueTime time, const Observation& observation,
                std::vector<Violation>& violations) override {
     if (const auto* call = std::get_if<PlatformCall>(&observation)) {
-      if (call->operation == "IOHIDManagerOpen") isOpen_ = integerArgument(*call, "result") == 0;
+      if (call->operation == "IOHIDManagerOpen")
+        isOpen_ = call->argument<std::int64_t>("result") == 0;
       if (call->operation == "IOHIDManagerClose") isOpen_ = false;
     }
     const auto* snapshot = std::get_if<ConnectedRemoteHIDSnapshot>(&observation);
@@ -154,8 +155,8 @@ class OneKeySet : public Invariant {
                std::vector<Violation>& violations) override {
     if (const auto* call = std::get_if<PlatformCall>(&observation)) {
       if (call->operation != "IOHIDDeviceRegisterInputReportCallback") return;
-      const std::int64_t device = integerArgument(*call, "device");
-      if (integerArgument(*call, "capacity") > 0) {
+      const std::int64_t device = call->argument<std::int64_t>("device");
+      if (call->argument<std::int64_t>("capacity") > 0) {
         registered_.insert(device);
       } else {
         registered_.erase(device);
@@ -194,6 +195,8 @@ class DevicesAreSorted : public Invariant {
 
 }  // namespace
 
+void Invariant::finish(QueueTime, std::vector<Violation>&) {}
+
 std::unique_ptr<Invariant> makeReleaseFollowsPress() {
   return std::make_unique<ReleaseFollowsPress>();
 }
@@ -213,7 +216,8 @@ std::unique_ptr<Invariant> makeDevicesAreSorted() {
 std::vector<std::unique_ptr<Invariant>> makeInvariants() {
   std::vector<std::unique_ptr<Invariant>> invariants;
   for (const auto make : {makeReleaseFollowsPress, makeNoCallbackAfterRelease,
-                          makeListeningMeansOpen, makeOneKeySet, makeDevicesAreSorted}) {
+                          makeListeningMeansOpen, makeOneKeySet, makeDevicesAreSorted,
+                          makeButtonGoesUpOnce, makePointerStaysOnScreens, makeChargesEndOnce}) {
     invariants.push_back(make());
   }
   return invariants;

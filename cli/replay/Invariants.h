@@ -27,6 +27,9 @@ class Invariant {
   /// Takes the next observation and adds what it breaks.
   virtual void observe(platform::QueueTime time, const Observation& observation,
                        std::vector<Violation>& violations) = 0;
+
+  /// The replay ended at `time`; adds what that breaks.
+  virtual void finish(platform::QueueTime time, std::vector<Violation>& violations);
 };
 
 /// A button goes up only after it went down on the same path (button mask, handle 0x0023), once.
@@ -42,6 +45,16 @@ std::unique_ptr<Invariant> makeListeningMeansOpen();
 std::unique_ptr<Invariant> makeOneKeySet();
 /// The interfaces of a snapshot are sorted by name, then by id.
 std::unique_ptr<Invariant> makeDevicesAreSorted();
+
+/// The left button goes up once for each time that it goes down: not twice, not after a reset, and
+/// not later than the timeout for lost releases unless it is locked. A button that is still down
+/// when the recording ends, or when its controller goes, is none that was lost.
+std::unique_ptr<Invariant> makeButtonGoesUpOnce();
+/// Every mouse event lies within the union of the screens, one point inside its right and lower
+/// edge.
+std::unique_ptr<Invariant> makePointerStaysOnScreens();
+/// A charge that began is completed or cancelled before the next begins, and none that did not.
+std::unique_ptr<Invariant> makeChargesEndOnce();
 
 /// All of them.
 std::vector<std::unique_ptr<Invariant>> makeInvariants();

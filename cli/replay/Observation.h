@@ -4,9 +4,15 @@
 
 #include "tessline/events/TesslineEvent.h"
 #include "tessline/hid/ConnectedRemoteHIDSnapshot.h"
+#include "tessline/model/Geometry.h"
+#include "tessline/model/SiriRemoteTouchPoint.h"
 #include "tessline/platform/simulated/PlatformCall.h"
+#include "tessline/touch/DragLockChargePhase.h"
+#include "tessline/touch/GestureConstants.h"
 
 #include <cstdint>
+#include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -25,8 +31,47 @@ struct HIDEvents {
   std::vector<TesslineEvent> events;
 };
 
+/// The application made its multitouch service and its gesture controller.
+struct TouchCreated {
+  GestureSettings settings;
+};
+/// The application let go of both, and they are gone.
+struct TouchReleased {};
+/// The application reset the buttons; what that caused came before.
+struct ButtonsReset {};
+/// `onTouchesChanged` was called.
+struct TouchPoints {
+  std::vector<SiriRemoteTouchPoint> points;
+};
+/// The gesture is another one.
+struct ModeChanged {
+  std::string_view mode;
+};
+/// `isDragging` or `isDragLocked` changed.
+struct DragChanged {
+  bool isDragging = false;
+  bool isDragLocked = false;
+};
+/// `onDragLockChargePhase` was called.
+struct ChargePhase {
+  DragLockChargePhase phase{};
+};
+/// The screens are these, in the window system's coordinates.
+struct ScreensChanged {
+  std::vector<Rect> frames;
+};
+/// A window stands there, in global display coordinates.
+struct WindowPlaced {
+  std::string window;
+  Rect frame;
+  bool isByRecord =
+      false;  ///< Because the recording says so, and not because of what was replayed.
+};
+
 /// One thing that happened. Snapshots and calls stand for themselves.
 using Observation = std::variant<HIDServiceCreated, HIDServiceReleased, ConnectedRemoteHIDSnapshot,
-                                 HIDRawPayload, HIDEvents, platform::simulated::PlatformCall>;
+                                 HIDRawPayload, HIDEvents, TouchCreated, TouchReleased,
+                                 ButtonsReset, TouchPoints, ModeChanged, DragChanged, ChargePhase,
+                                 ScreensChanged, WindowPlaced, platform::simulated::PlatformCall>;
 
 }  // namespace tessline::cli

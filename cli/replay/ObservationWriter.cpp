@@ -57,6 +57,45 @@ class Writer {
     }
   }
 
+  void operator()(const TouchCreated&) const {}
+  void operator()(const TouchReleased&) const {}
+  void operator()(const ButtonsReset&) const {}
+  void operator()(const ScreensChanged&) const {}
+
+  void operator()(const TouchPoints& touches) const {
+    ordered_json points = ordered_json::array();
+    for (const SiriRemoteTouchPoint& point : touches.points) {
+      points.push_back({{"identifier", point.identifier},
+                        {"x", point.x},
+                        {"y", point.y},
+                        {"state", point.state}});
+    }
+    line("touch.points", members({{"points", std::move(points)}}));
+  }
+
+  void operator()(const ModeChanged& change) const {
+    line("touch.mode", members({{"mode", change.mode}}));
+  }
+
+  void operator()(const DragChanged& change) const {
+    line("touch.drag",
+         members({{"isDragging", change.isDragging}, {"isDragLocked", change.isDragLocked}}));
+  }
+
+  void operator()(const ChargePhase& charge) const {
+    line("touch.chargePhase",
+         members({{"phase", name(charge.phase)}, {"ordinal", ordinal(charge.phase)}}));
+  }
+
+  void operator()(const WindowPlaced& placed) const {
+    if (placed.isByRecord) return;
+    const Rect& frame = placed.frame;
+    line("desktop.window",
+         members(
+             {{"window", placed.window},
+              {"frame", {frame.origin.x, frame.origin.y, frame.size.width, frame.size.height}}}));
+  }
+
   void operator()(const platform::simulated::PlatformCall& call) const {
     ordered_json object = {{"operation", call.operation}};
     for (const auto& [name, value] : call.arguments) {

@@ -2,7 +2,12 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 #include <fmt/format.h>
 
@@ -16,14 +21,26 @@ std::string_view kindText(MemberKind kind) {
   switch (kind) {
     case MemberKind::text:
       return "text";
+    case MemberKind::texts:
+      return "a list of texts";
     case MemberKind::integer:
       return "an integer";
+    case MemberKind::number:
+      return "a number";
     case MemberKind::truth:
       return "true or false";
     case MemberKind::bytes:
       return "bytes as hex text, two digits each";
     case MemberKind::properties:
       return R"(an object of text, numbers, true, false or {"other":true})";
+    case MemberKind::point:
+      return "[x, y]";
+    case MemberKind::rectangle:
+      return "[x, y, width, height]";
+    case MemberKind::rectangles:
+      return "a list of [x, y, width, height]";
+    case MemberKind::contacts:
+      return "a list of [identifier, state, x, y, velocity x, velocity y]";
   }
   return {};
 }
@@ -43,18 +60,49 @@ bool isProperties(const json& value) {
          });
 }
 
+bool areNumbers(const json& value, std::size_t count) {
+  return value.is_array() && value.size() == count &&
+         std::ranges::all_of(value, [](const json& number) { return number.is_number(); });
+}
+
+bool isContact(const json& value) {
+  constexpr std::size_t numbersOfAContact = 6;
+  return areNumbers(value, numbersOfAContact) && value[0].is_number_integer() &&
+         value[1].is_number_integer();
+}
+
+template <class IsElement>
+bool isListOf(const json& value, IsElement isElement) {
+  return value.is_array() && std::ranges::all_of(value, isElement);
+}
+
 bool isOfKind(const json& value, MemberKind kind) {
+  constexpr std::size_t numbersOfAPoint = 2;
+  constexpr std::size_t numbersOfARectangle = 4;
+  const auto isRectangle = [](const json& each) { return areNumbers(each, numbersOfARectangle); };
   switch (kind) {
     case MemberKind::text:
       return value.is_string();
+    case MemberKind::texts:
+      return isListOf(value, [](const json& each) { return each.is_string(); });
     case MemberKind::integer:
       return value.is_number_integer();
+    case MemberKind::number:
+      return value.is_number();
     case MemberKind::truth:
       return value.is_boolean();
     case MemberKind::bytes:
       return isHexText(value);
     case MemberKind::properties:
       return isProperties(value);
+    case MemberKind::point:
+      return areNumbers(value, numbersOfAPoint);
+    case MemberKind::rectangle:
+      return isRectangle(value);
+    case MemberKind::rectangles:
+      return isListOf(value, isRectangle);
+    case MemberKind::contacts:
+      return isListOf(value, isContact);
   }
   return false;
 }
@@ -85,7 +133,14 @@ void check(const RecordType& type, const json& members) {
 }  // namespace
 
 std::span<const RecordType> recordTypes() {
-  return hidRecordTypes();
+  static const std::vector<RecordType> all = [] {
+    std::vector<RecordType> types;
+    for (const auto& each : {hidRecordTypes(), touchRecordTypes(), desktopRecordTypes()}) {
+      types.insert(types.end(), each.begin(), each.end());
+    }
+    return types;
+  }();
+  return all;
 }
 
 Replay::Replay(Observer observer) : observer_(std::move(observer)) {
@@ -96,6 +151,8 @@ Replay::~Replay() {
   // What ends with the replay is no part of the recording.
   observer_ = [](platform::QueueTime, const Observation&) {};
   hid_.service.reset();
+  touch_.service.reset();
+  touch_.controller.reset();
   host_->calls().onCall = nullptr;
 }
 
@@ -109,11 +166,44 @@ void Replay::play(const Record& record) {
         fmt::format("there is no type \"{}\"; expected one of{}", record.type, known));
   }
   check(*type, record.members);
-  host_->advance(record.time - host_->scheduler().now());
+  runUntil(record.time);
   type->apply(*this, record.members);
-  host_->runReady();
+  observeChanges();
+  runUntil(record.time);
   // The observer has seen them; a long recording must not pile them up.
   host_->calls().clear();
+}
+
+// Piece by piece, so that each change is seen at its own time.
+void Replay::runUntil(platform::QueueTime time) {
+  auto& scheduler = host_->scheduler();
+  for (auto due = scheduler.nextDue(); due && *due <= time; due = scheduler.nextDue()) {
+    scheduler.runNext();
+    observeChanges();
+  }
+  host_->advance(time - scheduler.now());
+}
+
+void Replay::observeChanges() {
+  if (const auto& controller = touch_.controller) {
+    const GestureMode mode = controller->mode();
+    if (std::exchange(mode_, mode.index()) != mode.index()) observe(ModeChanged{name(mode)});
+    const DragChanged drag{controller->isDragging(), controller->isDragLocked()};
+    const bool wasDragging = std::exchange(isDragging_, drag.isDragging);
+    const bool wasDragLocked = std::exchange(isDragLocked_, drag.isDragLocked);
+    if (wasDragging != drag.isDragging || wasDragLocked != drag.isDragLocked) observe(drag);
+  }
+  for (const auto& window : host_->desktop().windows()) {
+    const auto [known, isNew] = windows_.try_emplace(window.name, window.frame);
+    if (isNew || known->second == window.frame) continue;
+    known->second = window.frame;
+    observe(WindowPlaced{window.name, window.frame, false});
+  }
+}
+
+void Replay::windowPlaced(const std::string& window, const Rect& frame) {
+  windows_.insert_or_assign(window, frame);
+  observe(WindowPlaced{window, frame, true});
 }
 
 std::shared_ptr<platform::simulated::SimulatedHIDDevice> Replay::HID::device(
@@ -131,6 +221,28 @@ ConnectedRemoteHIDService& Replay::HID::requireService() const {
   return *service;
 }
 
+std::shared_ptr<platform::simulated::SimulatedTouchDevice> Replay::Touch::surface(
+    const std::string& name) const {
+  const auto found = surfaces.find(name);
+  if (found == surfaces.end()) {
+    throw RecordingError(
+        fmt::format("there is no surface \"{}\"; expected one that has appeared", name));
+  }
+  return found->second;
+}
+
+SiriRemoteMultitouchService& Replay::Touch::requireService() const {
+  requireController();
+  return *service;
+}
+
+SiriRemoteGestureController& Replay::Touch::requireController() const {
+  if (!controller) {
+    throw RecordingError("there is no gesture controller; expected touch.create before");
+  }
+  return *controller;
+}
+
 std::vector<std::uint8_t> memberBytes(const json& value) {
   const auto& text = value.get_ref<const std::string&>();
   std::vector<std::uint8_t> bytes;
@@ -138,6 +250,16 @@ std::vector<std::uint8_t> memberBytes(const json& value) {
     bytes.push_back(static_cast<std::uint8_t>(std::stoul(text.substr(at, 2), nullptr, 16)));
   }
   return bytes;
+}
+
+std::int32_t memberInt32(const json& value, std::string_view what) {
+  using Limits = std::numeric_limits<std::int32_t>;
+  const auto number = value.get<std::int64_t>();
+  if (number < Limits::min() || number > Limits::max()) {
+    throw RecordingError(
+        fmt::format("the {} {} does not exist; expected 32 bits", what, value.dump()));
+  }
+  return static_cast<std::int32_t>(number);
 }
 
 }  // namespace tessline::cli

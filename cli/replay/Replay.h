@@ -6,10 +6,15 @@
 #include "cli/replay/Recording.h"
 #include "tessline/hid/ConnectedRemoteHIDService.h"
 #include "tessline/platform/simulated/SimulatedHost.h"
+#include "tessline/touch/SiriRemoteGestureController.h"
+#include "tessline/touch/SiriRemoteMultitouchService.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -18,7 +23,19 @@
 namespace tessline::cli {
 
 /// The kinds of values that records hold.
-enum class MemberKind : std::uint8_t { text, integer, truth, bytes, properties };
+enum class MemberKind : std::uint8_t {
+  text,
+  texts,
+  integer,
+  number,
+  truth,
+  bytes,
+  properties,
+  point,
+  rectangle,
+  rectangles,
+  contacts,
+};
 
 /// A member of a record's object.
 struct RecordMember {
@@ -40,6 +57,10 @@ struct RecordType {
 std::span<const RecordType> recordTypes();
 /// The types whose names begin with "hid.".
 std::span<const RecordType> hidRecordTypes();
+/// The types whose names begin with "touch.".
+std::span<const RecordType> touchRecordTypes();
+/// The types whose names begin with "desktop.".
+std::span<const RecordType> desktopRecordTypes();
 
 /// Services on a simulated host, moved by records. Deterministic: the same records are followed by
 /// the same observations.
@@ -68,18 +89,51 @@ class Replay {
     ConnectedRemoteHIDService& requireService() const;
   };
 
+  /// The state that records of touches work on.
+  struct Touch {
+    std::shared_ptr<SiriRemoteMultitouchService> service;
+    std::shared_ptr<SiriRemoteGestureController> controller;
+    std::map<std::string, std::shared_ptr<platform::simulated::SimulatedTouchDevice>> surfaces;
+    std::optional<double> cursorSpeed;
+
+    /// The surface of that name. Throws RecordingError.
+    std::shared_ptr<platform::simulated::SimulatedTouchDevice> surface(
+        const std::string& name) const;
+    /// The service. Throws RecordingError if there is none.
+    SiriRemoteMultitouchService& requireService() const;
+    /// The controller. Throws RecordingError if there is none.
+    SiriRemoteGestureController& requireController() const;
+  };
+
   HID& hid() { return hid_; }
+  Touch& touch() { return touch_; }
   const std::shared_ptr<platform::simulated::SimulatedHost>& host() { return host_; }
   void observe(const Observation& observation) { observer_(host_->scheduler().now(), observation); }
 
+  /// Observes where a window of that name stands now that a record has placed it.
+  void windowPlaced(const std::string& window, const Rect& frame);
+  /// Forgets a window that a record has taken away.
+  void windowGone(const std::string& window) { windows_.erase(window); }
+
  private:
+  void runUntil(platform::QueueTime time);
+  void observeChanges();
+
   Observer observer_;
   std::shared_ptr<platform::simulated::SimulatedHost> host_ =
       platform::simulated::SimulatedHost::create();
   HID hid_;
+  Touch touch_;
+  // What was observed last.
+  std::size_t mode_ = GestureMode(NoGesture()).index();
+  bool isDragging_ = false;
+  bool isDragLocked_ = false;
+  std::map<std::string, Rect> windows_;
 };
 
 /// The bytes of a member that holds them; it has been checked before.
 std::vector<std::uint8_t> memberBytes(const nlohmann::json& value);
+/// The number of a member that must be one of 32 bits. Throws RecordingError.
+std::int32_t memberInt32(const nlohmann::json& value, std::string_view what);
 
 }  // namespace tessline::cli

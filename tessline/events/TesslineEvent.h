@@ -4,6 +4,7 @@
 
 #include "tessline/events/RemoteButtonEvent.h"
 #include "tessline/events/RemoteVoiceFrame.h"
+#include "tessline/model/Overloaded.h"
 
 #include <utility>
 #include <variant>
@@ -29,9 +30,6 @@ using TesslineEvent =
 /// For example `visitEvent(event, [](const RemoteButtonEvent&) {...}, [](const auto&) {})`.
 template <class... Handlers>
 decltype(auto) visitEvent(const TesslineEvent& event, Handlers&&... handlers) {
-  struct Overloaded : Handlers... {
-    using Handlers::operator()...;
-  };
   return std::visit(Overloaded{std::forward<Handlers>(handlers)...}, event);
 }
 

@@ -2,9 +2,13 @@
 /// Porting contract: everything a host offers to the services.
 #pragma once
 
+#include "tessline/platform/Accessibility.h"
 #include "tessline/platform/HIDManager.h"
 #include "tessline/platform/LogSink.h"
 #include "tessline/platform/MainRunLoop.h"
+#include "tessline/platform/MultitouchLibrary.h"
+#include "tessline/platform/PointerEvents.h"
+#include "tessline/platform/Screens.h"
 #include "tessline/platform/SerialQueue.h"
 
 #include <memory>
@@ -30,6 +34,18 @@ class Platform {
 
   /// A HID manager, neither scheduled nor open. Main thread.
   virtual std::shared_ptr<HIDManager> makeHIDManager() = 0;
+
+  /// Opens the multitouch library that stands at `path`, resolving all that it needs at once.
+  virtual std::shared_ptr<MultitouchLibrary> openMultitouchLibrary(std::string_view path) = 0;
+
+  /// The accessibility interface. Never null: a host without one trusts no process.
+  virtual std::shared_ptr<Accessibility> accessibility() = 0;
+
+  /// The screens. Never null: a host without a window system has none.
+  virtual std::shared_ptr<Screens> screens() = 0;
+
+  /// What posts events. Never null: a host without a pointer posts nothing.
+  virtual std::shared_ptr<PointerEvents> pointerEvents() = 0;
 };
 
 /// The platform of the host that this library was built for; always the same object.

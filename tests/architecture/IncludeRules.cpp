@@ -14,7 +14,12 @@ namespace tessline::test {
 namespace {
 
 /// Which headers from outside the project a folder may include.
-enum class OutsideHeaders { standardLibrary, standardLibraryAndUtf8proc, any };
+enum class OutsideHeaders {
+  standardLibrary,
+  standardLibraryAndUtf8proc,
+  standardLibraryAndFmt,
+  any
+};
 
 struct FolderRule {
   std::string_view folder;
@@ -30,7 +35,7 @@ const std::vector<FolderRule>& folderRules() {
       {"packetlog", {"events", "model", "text"}},
       {"hid", {"events", "model", "platform", "text"}},
       {"bluetooth", {"events", "model", "platform", "text"}},
-      {"touch", {"events", "model", "platform"}},
+      {"touch", {"events", "model", "platform"}, OutsideHeaders::standardLibraryAndFmt},
       {"capture", {"events", "model", "packetlog", "platform"}},
       {"platform", {"model"}},
       {"platform/posix", {"model", "platform"}, OutsideHeaders::any},
@@ -74,14 +79,16 @@ bool isStandardHeader(std::string_view header) {
 }
 
 bool mayInclude(const FolderRule& rule, std::string_view header) {
+  const bool isStandard = isStandardHeader(header) || holds(processorHeaders, header);
   switch (rule.outside) {
     case OutsideHeaders::any:
       return header != "utf8proc.h";
     case OutsideHeaders::standardLibraryAndUtf8proc:
-      if (header == "utf8proc.h") return true;
-      [[fallthrough]];
+      return isStandard || header == "utf8proc.h";
+    case OutsideHeaders::standardLibraryAndFmt:
+      return isStandard || header.starts_with("fmt/");
     case OutsideHeaders::standardLibrary:
-      return isStandardHeader(header) || holds(processorHeaders, header);
+      return isStandard;
   }
   return false;
 }

@@ -2,6 +2,9 @@
 #include "tessline/platform/linux/StrandQueue.h"
 
 #include <atomic>
+#include <cstdint>
+#include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <utility>
@@ -50,6 +53,32 @@ class SystemLog : public LogSink {
   }
 };
 
+// Windows, screens and the pointer are not offered on this host yet.
+class NoAccessibility : public Accessibility {
+ public:
+  bool isProcessTrusted() override { return false; }
+  std::shared_ptr<AccessibilityElement> copyElementAtPosition(float, float) override {
+    return nullptr;
+  }
+};
+
+class NoScreens : public Screens {
+ public:
+  std::shared_ptr<const ScreenFrames> frames() override { return frames_; }
+  std::optional<Rect> mainFrame() override { return std::nullopt; }
+  Point mouseLocation() override { return {}; }
+
+ private:
+  const std::shared_ptr<const ScreenFrames> frames_ = std::make_shared<ScreenFrames>();
+};
+
+class NoPointerEvents : public PointerEvents {
+ public:
+  std::optional<Point> currentLocation() override { return std::nullopt; }
+  bool postMouseEvent(MouseEventType, Point, std::optional<std::int64_t>) override { return false; }
+  bool postScrollEvent(std::int32_t, std::int32_t) override { return false; }
+};
+
 class LinuxPlatform : public Platform {
  public:
   std::shared_ptr<SerialQueue> makeSerialQueue(std::string_view label) override {
@@ -59,10 +88,19 @@ class LinuxPlatform : public Platform {
   std::shared_ptr<LogSink> logSink() override { return logSink_; }
   // Not offered on this host yet.
   std::shared_ptr<HIDManager> makeHIDManager() override { return nullptr; }
+  std::shared_ptr<MultitouchLibrary> openMultitouchLibrary(std::string_view) override {
+    return nullptr;
+  }
+  std::shared_ptr<Accessibility> accessibility() override { return accessibility_; }
+  std::shared_ptr<Screens> screens() override { return screens_; }
+  std::shared_ptr<PointerEvents> pointerEvents() override { return pointerEvents_; }
 
  private:
   const std::shared_ptr<MainRunLoop> mainRunLoop_ = std::make_shared<ContextRunLoop>();
   const std::shared_ptr<LogSink> logSink_ = std::make_shared<SystemLog>();
+  const std::shared_ptr<Accessibility> accessibility_ = std::make_shared<NoAccessibility>();
+  const std::shared_ptr<Screens> screens_ = std::make_shared<NoScreens>();
+  const std::shared_ptr<PointerEvents> pointerEvents_ = std::make_shared<NoPointerEvents>();
 };
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -22,6 +23,16 @@ struct PlatformCall {
   QueueTime time{};       ///< When it came, by the virtual clock.
   std::string operation;  ///< For example "IOHIDManagerOpen".
   std::vector<std::pair<std::string, CallArgument>> arguments;  ///< In a fixed order, by name.
+
+  /// The argument of that name; an empty one if the call has none of that name and type.
+  template <class Argument>
+  Argument argument(std::string_view name) const {
+    for (const auto& [key, value] : arguments) {
+      const auto* const found = std::get_if<Argument>(&value);
+      if (key == name && found != nullptr) return *found;
+    }
+    return {};
+  }
 
   bool operator==(const PlatformCall&) const = default;
 };

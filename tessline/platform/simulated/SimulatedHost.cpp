@@ -45,11 +45,24 @@ SimulatedHost::SimulatedHost()
       calls_(std::make_shared<CallLog>(scheduler_)),
       mainRunLoop_(std::make_shared<SimulatedMainRunLoop>(scheduler_)),
       logSink_(std::make_shared<RecordedLogSink>(calls_)),
-      hid_(std::make_shared<SimulatedHIDBus>(mainRunLoop_, calls_)) {}
+      hid_(std::make_shared<SimulatedHIDBus>(mainRunLoop_, calls_)),
+      multitouch_(std::make_shared<SimulatedMultitouch>(calls_)),
+      desktop_(std::make_shared<SimulatedDesktop>(calls_)) {}
 
 // Waiting work may hold facilities that hold the scheduler that holds the work.
 SimulatedHost::~SimulatedHost() {
   scheduler_->discardAll();
+}
+
+// The facilities of the desktop keep all of it alive.
+std::shared_ptr<Accessibility> SimulatedHost::accessibility() {
+  return {desktop_, &desktop_->accessibility()};
+}
+std::shared_ptr<Screens> SimulatedHost::screens() {
+  return {desktop_, &desktop_->screens()};
+}
+std::shared_ptr<PointerEvents> SimulatedHost::pointerEvents() {
+  return {desktop_, &desktop_->pointerEvents()};
 }
 
 std::shared_ptr<SerialQueue> SimulatedHost::makeSerialQueue(std::string_view label) {

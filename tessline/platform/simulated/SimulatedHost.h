@@ -4,7 +4,9 @@
 
 #include "tessline/platform/Platform.h"
 #include "tessline/platform/simulated/CallLog.h"
+#include "tessline/platform/simulated/SimulatedDesktop.h"
 #include "tessline/platform/simulated/SimulatedHIDBus.h"
+#include "tessline/platform/simulated/SimulatedMultitouch.h"
 #include "tessline/platform/simulated/VirtualScheduler.h"
 
 #include <memory>
@@ -31,6 +33,12 @@ class SimulatedHost : public Platform {
   std::shared_ptr<MainRunLoop> mainRunLoop() override { return mainRunLoop_; }
   std::shared_ptr<LogSink> logSink() override { return logSink_; }
   std::shared_ptr<HIDManager> makeHIDManager() override { return hid_->makeManager(); }
+  std::shared_ptr<MultitouchLibrary> openMultitouchLibrary(std::string_view path) override {
+    return multitouch_->open(path);
+  }
+  std::shared_ptr<Accessibility> accessibility() override;
+  std::shared_ptr<Screens> screens() override;
+  std::shared_ptr<PointerEvents> pointerEvents() override;
 
   /// Moves the clock, running what falls due.
   void advance(QueueTime duration) { scheduler_->advance(duration); }
@@ -41,6 +49,10 @@ class SimulatedHost : public Platform {
   VirtualScheduler& scheduler() { return *scheduler_; }
   /// The HID interfaces.
   SimulatedHIDBus& hid() { return *hid_; }
+  /// The touch surfaces.
+  SimulatedMultitouch& multitouch() { return *multitouch_; }
+  /// The screens, the pointer and the windows.
+  SimulatedDesktop& desktop() { return *desktop_; }
   /// The calls that services made. Log lines are the calls "log".
   CallLog& calls() { return *calls_; }
 
@@ -52,6 +64,8 @@ class SimulatedHost : public Platform {
   std::shared_ptr<MainRunLoop> mainRunLoop_;
   std::shared_ptr<LogSink> logSink_;
   std::shared_ptr<SimulatedHIDBus> hid_;
+  std::shared_ptr<SimulatedMultitouch> multitouch_;
+  std::shared_ptr<SimulatedDesktop> desktop_;
 };
 
 }  // namespace tessline::platform::simulated

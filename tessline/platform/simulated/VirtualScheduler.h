@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -26,6 +27,11 @@ class VirtualScheduler : public std::enable_shared_from_this<VirtualScheduler> {
 
   /// Runs what is due now, and what that hands over for now, without moving the clock.
   void runReady() { advance(QueueTime::zero()); }
+
+  /// When the next piece of work is due; none if none waits.
+  std::optional<QueueTime> nextDue() const {
+    return pending_.empty() ? std::nullopt : std::optional(pending_.begin()->first.first);
+  }
 
   /// Runs the next piece of work, moving the clock to its time. False if none is left.
   bool runNext();

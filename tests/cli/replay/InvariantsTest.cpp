@@ -145,8 +145,8 @@ TEST(DevicesAreSorted, ComparesNeighbours) {
             1U);
 }
 
-TEST(Invariants, AreFive) {
-  EXPECT_EQ(cli::makeInvariants().size(), 5U);
+TEST(Invariants, AreEight) {
+  EXPECT_EQ(cli::makeInvariants().size(), 8U);
 }
 
 }  // namespace
