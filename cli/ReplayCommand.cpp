@@ -5,6 +5,7 @@
 #include "cli/replay/ObservationWriter.h"
 #include "cli/replay/Recording.h"
 #include "cli/replay/Replay.h"
+#include "cli/replay/TouchPlot.h"
 
 #include <cerrno>
 #include <filesystem>
@@ -24,18 +25,21 @@ namespace {
 struct ReplayOptions {
   std::string file;
   bool check = false;
+  std::string plot;
 };
 
-// Follows a replay, either writing what it sees or holding it against the rules.
+// Follows a replay: draws what it sees, holds it against the rules, or else writes it.
 class Observer {
  public:
-  Observer(Output& output, bool check)
+  Observer(Output& output, const ReplayOptions& options)
       : output_(output),
-        invariants_(check ? makeInvariants() : std::vector<std::unique_ptr<Invariant>>()),
-        isChecking_(check) {}
+        invariants_(options.check ? makeInvariants() : std::vector<std::unique_ptr<Invariant>>()),
+        isWriting_(!options.check && options.plot.empty()),
+        isPlotting_(!options.plot.empty()) {}
 
   void observe(platform::QueueTime time, const Observation& observation) {
-    if (!isChecking_) return writeObservation(time, observation, output_);
+    if (isWriting_) return writeObservation(time, observation, output_);
+    if (isPlotting_) plot_.observe(time, observation);
     std::vector<Violation> violations;
     for (const auto& invariant : invariants_) invariant->observe(time, observation, violations);
     report(violations);
@@ -48,6 +52,7 @@ class Observer {
   }
 
   std::size_t violationCount() const { return violationCount_; }
+  const TouchPlot& plot() const { return plot_; }
 
  private:
   void report(const std::vector<Violation>& violations) {
@@ -59,9 +64,27 @@ class Observer {
 
   Output& output_;
   std::vector<std::unique_ptr<Invariant>> invariants_;
-  bool isChecking_;
+  bool isWriting_;
+  bool isPlotting_;
+  TouchPlot plot_;
   std::size_t violationCount_ = 0;
 };
+
+void writePlot(const TouchPlot& plot, const ReplayOptions& options) {
+  if (plot.isEmpty()) {
+    throw InputOutputError(
+        fmt::format("there is nothing to plot in {}: it has no touch frames and no clicks",
+                    options.file == "-" ? "standard input" : options.file));
+  }
+  const std::string title = options.file == "-"
+                                ? std::string("standard input")
+                                : std::filesystem::path(options.file).filename().string();
+  std::ofstream file(options.plot, std::ios::binary);
+  if (!file) throwSystemError("open", options.plot, errno);
+  file << plot.draw(title);
+  file.close();
+  if (!file) throwSystemError("write", options.plot, errno);
+}
 
 void replay(const ReplayOptions& options) {
   std::ifstream file;
@@ -74,7 +97,7 @@ void replay(const ReplayOptions& options) {
     if (!file) throwSystemError("open", options.file, errno);
   }
   Output output = Output::standard();
-  Observer observer(output, options.check);
+  Observer observer(output, options);
   Replay replay([&](platform::QueueTime time, const Observation& observation) {
     observer.observe(time, observation);
   });
@@ -91,6 +114,7 @@ void replay(const ReplayOptions& options) {
                                        isStandardInput ? "standard input" : options.file,
                                        reader.line(), error.what()));
   }
+  if (!options.plot.empty()) writePlot(observer.plot(), options);
   if (options.check) {
     observer.finish(replay.host()->scheduler().now());
     output.print("{} records, {} violations\n", count, observer.violationCount());
@@ -114,6 +138,11 @@ void addReplayCommand(CLI::App& application) {
   command->add_flag("--check", options->check,
                     "Hold the replay against the rules that every replay keeps, and write what "
                     "breaks them instead; exit code 1 if anything does");
+  command
+      ->add_option("--plot", options->plot,
+                   "Draw the touches, the pointer, the windows, scrolling and the button as a "
+                   "picture instead, into this SVG file")
+      ->type_name("FILE.svg");
   command->callback([options] { replay(*options); });
 }
 

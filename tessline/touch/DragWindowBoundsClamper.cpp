@@ -70,10 +70,13 @@ DragWindowBoundsClamper::Element DragWindowBoundsClamper::windowElement(
 }
 
 std::optional<Rect> DragWindowBoundsClamper::frame(platform::AccessibilityElement& element) {
-  const auto origin = attribute<Point>(element, positionAttribute);
-  if (!origin) return std::nullopt;
-  const auto size = attribute<Size>(element, sizeAttribute);
-  if (!size) return std::nullopt;
+  const auto position = element.copyAttributeValue(positionAttribute);
+  // Whoever does not answer once would only keep us waiting again.
+  if (std::holds_alternative<std::monostate>(position)) return std::nullopt;
+  const auto extent = element.copyAttributeValue(sizeAttribute);
+  const auto* const origin = std::get_if<Point>(&position);
+  const auto* const size = std::get_if<Size>(&extent);
+  if (origin == nullptr || size == nullptr) return std::nullopt;
   return Rect{*origin, *size};
 }
 

@@ -27,7 +27,7 @@ struct SimulatedWindow {
   int depth = 0;              ///< How many elements lie between the window and what is hit in it.
   /// The attributes that cannot be copied, of all its elements; "AXPosition" cannot be set then,
   /// either.
-  std::set<std::string, std::less<>> failingAttributes;
+  std::set<std::string, std::less<>> failingAttributes = {};
   bool canBeMoved = true;  ///< Whether "AXPosition" can be set.
 };
 

@@ -1,0 +1,78 @@
+/// @file
+/// A replay of touches as a picture.
+#pragma once
+
+#include "cli/replay/Observation.h"
+#include "tessline/model/Geometry.h"
+#include "tessline/platform/SerialQueue.h"
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tessline::cli {
+
+/// Collects what fingers did and what became of it, and draws both: the clickpad with the paths of
+/// the fingers in the colour of the gesture, the screens with the path of the pointer, its clicks
+/// and the windows, and below them gestures, scrolling and the button over time.
+class TouchPlot {
+ public:
+  /// Takes the next observation.
+  void observe(platform::QueueTime time, const Observation& observation);
+
+  /// Whether there was nothing that could be drawn.
+  bool isEmpty() const { return frames_.empty() && mouse_.empty(); }
+
+  /// The picture, as SVG.
+  std::string draw(std::string_view title) const;
+
+ private:
+  class Painter;
+
+  struct Frame {
+    double time = 0;
+    std::string_view mode;
+    std::vector<SiriRemoteTouchPoint> points;
+  };
+  enum class MouseKind : std::uint8_t { down, up, move, drag };
+  struct Mouse {
+    double time = 0;
+    MouseKind kind{};
+    Point position;
+  };
+  struct ScrollAmount {
+    double time = 0;
+    std::string_view mode;
+    double vertical = 0;
+    double horizontal = 0;
+  };
+  struct Drag {
+    double time = 0;
+    DragChanged state;
+  };
+  struct Charge {
+    double time = 0;
+    DragLockChargePhase phase{};
+  };
+  struct WindowPath {
+    Rect first;
+    Rect last;
+  };
+
+  void take(double time, const platform::simulated::PlatformCall& call);
+  void take(const ScreensChanged& screens);
+
+  std::vector<Frame> frames_;
+  std::vector<Mouse> mouse_;
+  std::vector<ScrollAmount> scrolls_;
+  std::vector<Drag> drags_;
+  std::vector<Charge> charges_;
+  std::vector<Rect> screens_;  // All that there were, y downwards.
+  std::map<std::string, WindowPath> windows_;
+  std::string_view mode_ = "none";
+  double end_ = 0;
+};
+
+}  // namespace tessline::cli
