@@ -5,6 +5,7 @@
 #include "cli/replay/Invariants.h"
 #include "cli/replay/Recording.h"
 #include "cli/replay/Replay.h"
+#include "cli/replay/TouchPlot.h"
 #include "fuzz/FuzzInput.h"
 
 #include <array>
@@ -72,8 +73,81 @@ std::string payload(Choices& choices) {
   return text;
 }
 
+// A contact: mostly where contacts are, sometimes beside the surface.
+std::string contact(Choices& choices) {
+  const double scale = choices.byte() % 16 == 0 ? 10 : 255;
+  const double x = choices.byte() / scale;
+  const double y = choices.byte() / scale;
+  return fmt::format("[{},{},{},{},0.5,-1]", choices.byte() % 4, choices.byte() % 4 + 2, x, y);
+}
+
+std::string contacts(Choices& choices) {
+  std::string list;
+  for (int count = choices.byte() % 4; count > 0; --count) {
+    list += (list.empty() ? "" : ",") + contact(choices);
+  }
+  return "[" + list + "]";
+}
+
+std::string rectangle(Choices& choices) {
+  const auto coordinate = [&choices] { return choices.byte() * 16 - 1024; };
+  const int x = coordinate();
+  const int y = coordinate();
+  return fmt::format("[{},{},{},{}]", x, y, choices.byte() * 16, choices.byte() * 8);
+}
+
+std::string touchMembers(Choices& choices) {
+  switch (choices.byte() % 16) {
+    case 0:
+      return R"("type":"touch.create")";
+    case 1:
+      return fmt::format(
+          R"("type":"touch.create","selectDownSafetyTimeout":{},"dragLockLongPressDuration":{})",
+          choices.byte() % 4, choices.byte() % 4);
+    case 2:
+      return R"("type":"touch.release")";
+    case 3:
+      return R"("type":"touch.start")";
+    case 4:
+      return choices.byte() % 4 == 0 ? R"("type":"touch.stop")" : R"("type":"touch.reset")";
+    case 5:
+      return fmt::format(
+          R"("type":"touch.surfaceAppeared","surface":"{}","sensorRows":12,"sensorColumns":6,)"
+          R"("startStatus":{})",
+          choices.pick(deviceNames), choices.byte() % 8 == 0 ? 1 : 0);
+    case 6:
+      return fmt::format(R"("type":"touch.surfaceGone","surface":"{}")", choices.pick(deviceNames));
+    case 7:
+      return fmt::format(R"("type":"touch.cursorSpeed","speed":{})", choices.byte() - 100);
+    case 8:
+      return choices.byte() % 4 == 0 ? R"("type":"desktop.screens","frames":[])"
+                                     : fmt::format(R"("type":"desktop.screens","frames":[{},{}])",
+                                                   rectangle(choices), rectangle(choices));
+    case 9:
+      return choices.byte() % 4 == 0
+                 ? fmt::format(R"("type":"desktop.pointer")")
+                 : fmt::format(R"("type":"desktop.pointer","location":[{},{}])",
+                               choices.byte() * 8 - 100, choices.byte() * 8 - 100);
+    case 10:
+      return fmt::format(
+          R"("type":"desktop.window","window":"{}","frame":{},"titleBarHeight":30,"depth":{},)"
+          R"("canBeMoved":{})",
+          choices.pick(deviceNames), rectangle(choices), choices.byte() % 14,
+          choices.byte() % 4 != 0);
+    case 11:
+      return fmt::format(R"("type":"desktop.host","canCreateEvents":{})", choices.byte() % 4 != 0);
+    case 12:
+    case 13:
+      return fmt::format(R"("type":"touch.button","command":"select","phase":"{}")",
+                         choices.byte() % 2 == 0 ? "pressed" : "released");
+    default:
+      return fmt::format(R"("type":"touch.frame","surface":"{}","contacts":{})",
+                         choices.pick(deviceNames), contacts(choices));
+  }
+}
+
 std::string members(Choices& choices) {
-  switch (choices.byte() % 10) {
+  switch (choices.byte() % 20) {
     case 0:
       return R"("type":"hid.create")";
     case 1:
@@ -95,16 +169,20 @@ std::string members(Choices& choices) {
           choices.byte() % 8 == 0 ? "545" : "789", choices.pick(numbers), choices.pick(numbers));
     case 7:
       return fmt::format(R"("type":"hid.deviceGone","device":"{}")", choices.pick(deviceNames));
-    default:
+    case 8:
+    case 9:
       return fmt::format(R"("type":"hid.report","device":"{}","reportID":{},"bytes":"{}")",
                          choices.pick(deviceNames), choices.byte() % 4, payload(choices));
+    default:
+      return touchMembers(choices);
   }
 }
 
 std::string structured(Choices choices) {
   std::string text;
-  for (int time = 0; !choices.isEmpty(); time += choices.byte() % 3) {
-    text += fmt::format(R"({{"time":{},{}}})", time, members(choices)) + "\n";
+  // In quarters of a second: long presses and lost releases come in between.
+  for (int time = 0; !choices.isEmpty(); time += choices.byte() % 6) {
+    text += fmt::format(R"({{"time":{},{}}})", time / 4.0, members(choices)) + "\n";
   }
   return text;
 }
@@ -113,8 +191,10 @@ std::string structured(Choices choices) {
 void replay(const std::string& recording) {
   std::vector<cli::Violation> violations;
   const auto invariants = cli::makeInvariants();
+  cli::TouchPlot plot;
   cli::Replay replay([&](platform::QueueTime time, const cli::Observation& observation) {
     for (const auto& invariant : invariants) invariant->observe(time, observation, violations);
+    plot.observe(time, observation);
   });
   std::istringstream input(recording);
   cli::RecordingReader reader(input);
@@ -127,6 +207,10 @@ void replay(const std::string& recording) {
       continue;
     }
   }
+  for (const auto& invariant : invariants) {
+    invariant->finish(replay.host()->scheduler().now(), violations);
+  }
+  if (!plot.isEmpty()) plot.draw("fuzzed");
   if (!violations.empty()) fuzz::expectNoDifference(violations.front().text + "\n" + recording);
 }
 

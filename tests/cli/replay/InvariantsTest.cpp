@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -11,6 +12,7 @@
 namespace tessline::test {
 namespace {
 
+using namespace std::chrono_literals;
 using cli::HIDEvents;
 using cli::HIDRawPayload;
 using cli::Observation;
@@ -143,6 +145,120 @@ TEST(DevicesAreSorted, ComparesNeighbours) {
   EXPECT_EQ(violations(cli::makeDevicesAreSorted(),
                        {snapshot(true, {device("b", "2"), device("b", "1")})}),
             1U);
+}
+
+Observation mouse(const std::string& type, double x = 0, double y = 0) {
+  return PlatformCall{
+      {}, "CGEventCreateMouseEvent", {{"type", "kCGEvent" + type}, {"x", x}, {"y", y}}};
+}
+
+// The same, with the time of each observation and the end of the replay.
+std::size_t timedViolations(
+    std::unique_ptr<cli::Invariant> invariant,
+    const std::vector<std::pair<platform::QueueTime, Observation>>& observations,
+    platform::QueueTime end) {
+  std::vector<cli::Violation> found;
+  for (const auto& [time, observation] : observations) invariant->observe(time, observation, found);
+  invariant->finish(end, found);
+  return found.size();
+}
+
+TEST(NoCallbackAfterRelease, SeesATouchCallbackOfAServiceThatIsGone) {
+  for (const Observation& late :
+       {Observation(cli::TouchPoints{}), Observation(cli::ChargePhase{})}) {
+    EXPECT_EQ(violations(cli::makeNoCallbackAfterRelease(),
+                         {cli::TouchCreated{}, late, cli::HIDServiceReleased{}, late}),
+              0U);
+    EXPECT_EQ(violations(cli::makeNoCallbackAfterRelease(), {cli::TouchReleased{}, late}), 1U);
+    EXPECT_EQ(violations(cli::makeNoCallbackAfterRelease(),
+                         {cli::TouchReleased{}, cli::TouchCreated{}, late}),
+              0U);
+  }
+}
+
+TEST(ButtonGoesUpOnce, CountsDownsAndUps) {
+  const Observation created = cli::TouchCreated{};
+  const Observation down = mouse("LeftMouseDown");
+  const Observation up = mouse("LeftMouseUp");
+  const auto found = [](const std::vector<Observation>& observations) {
+    return violations(cli::makeButtonGoesUpOnce(), observations);
+  };
+  EXPECT_EQ(found({created, down, up, down, up}), 0U);
+  EXPECT_EQ(found({created, up}), 1U);
+  EXPECT_EQ(found({created, down, up, up}), 1U);
+  EXPECT_EQ(found({created, down, down}), 1U);
+  EXPECT_EQ(found({created, down, cli::ButtonsReset{}}), 1U);
+  EXPECT_EQ(found({created, down, up, cli::ButtonsReset{}}), 0U);
+  EXPECT_EQ(found({created, down, cli::TouchReleased{}, created, down, up}), 0U);
+}
+
+TEST(ButtonGoesUpOnce, TellsMovesFromDrags) {
+  const Observation created = cli::TouchCreated{};
+  const auto found = [](const std::vector<Observation>& observations) {
+    return violations(cli::makeButtonGoesUpOnce(), observations);
+  };
+  EXPECT_EQ(found({created, mouse("MouseMoved"), mouse("LeftMouseDown"), mouse("LeftMouseDragged"),
+                   mouse("LeftMouseUp"), mouse("MouseMoved")}),
+            0U);
+  EXPECT_EQ(found({created, mouse("LeftMouseDragged")}), 1U);
+  EXPECT_EQ(found({created, mouse("LeftMouseDown"), mouse("MouseMoved")}), 1U);
+}
+
+TEST(ButtonGoesUpOnce, KnowsTheTimeForLostReleases) {
+  const Observation created = cli::TouchCreated{};
+  const Observation down = mouse("LeftMouseDown");
+  const Observation up = mouse("LeftMouseUp");
+  const Observation locked = cli::DragChanged{true, true};
+  const auto found =
+      [](const std::vector<std::pair<platform::QueueTime, Observation>>& observations,
+         platform::QueueTime end) {
+        return timedViolations(cli::makeButtonGoesUpOnce(), observations, end);
+      };
+  EXPECT_EQ(found({{0s, created}, {1s, down}, {4s, up}}, 9s), 0U);
+  EXPECT_EQ(found({{0s, created}, {1s, down}, {4s + 1ns, PlatformCall{}}}, 9s), 1U);
+  EXPECT_EQ(found({{0s, created}, {1s, down}}, 4s), 0U);
+  EXPECT_EQ(found({{0s, created}, {1s, down}}, 5s), 1U);
+  EXPECT_EQ(found({{0s, created}, {1s, down}, {2s, locked}}, 9s), 0U);
+  EXPECT_EQ(found({{0s, created}, {1s, down}, {2s, cli::TouchReleased{}}}, 9s), 0U);
+}
+
+TEST(PointerStaysOnScreens, ComparesEventsWithTheUnion) {
+  const Observation screens =
+      cli::ScreensChanged{{{{0, 0}, {1000, 800}}, {{-500, -100}, {500, 400}}}};
+  const auto found = [&](double x, double y) {
+    return violations(cli::makePointerStaysOnScreens(), {screens, mouse("MouseMoved", x, y)});
+  };
+  // Upside down, the union goes from (-500, 0) to (1000, 900).
+  EXPECT_EQ(found(-500, 0), 0U);
+  EXPECT_EQ(found(999, 899), 0U);
+  EXPECT_EQ(found(999.5, 0), 1U);
+  EXPECT_EQ(found(-500.5, 0), 1U);
+  EXPECT_EQ(found(0, -1), 1U);
+  EXPECT_EQ(found(0, 899.5), 1U);
+}
+
+TEST(PointerStaysOnScreens, KnowsNoEdgeWithoutScreens) {
+  EXPECT_EQ(violations(cli::makePointerStaysOnScreens(),
+                       {cli::ScreensChanged{{{{0, 0}, {10, 10}}}}, cli::ScreensChanged{},
+                        mouse("MouseMoved", 5000, -5000)}),
+            0U);
+}
+
+TEST(ChargesEndOnce, WantsAnEndForEachBeginning) {
+  const auto charge = [](DragLockChargePhase phase) {
+    return Observation(cli::ChargePhase{phase});
+  };
+  const Observation began = charge(DragLockChargePhase::began);
+  const Observation completed = charge(DragLockChargePhase::completed);
+  const Observation cancelled = charge(DragLockChargePhase::cancelled);
+  const auto found = [](const std::vector<Observation>& observations) {
+    return violations(cli::makeChargesEndOnce(), observations);
+  };
+  EXPECT_EQ(found({began, completed, began, cancelled, began}), 0U);
+  EXPECT_EQ(found({began, began}), 1U);
+  EXPECT_EQ(found({completed}), 1U);
+  EXPECT_EQ(found({began, completed, cancelled}), 1U);
+  EXPECT_EQ(found({began, cli::TouchReleased{}, began}), 0U);
 }
 
 TEST(Invariants, AreEight) {

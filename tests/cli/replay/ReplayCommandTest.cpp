@@ -84,6 +84,62 @@ TEST(ReplayCommand, MalformedRecordIsNamedByItsLineWithWhatWasExpected) {
   }
 }
 
+TEST(ReplayCommand, MalformedTouchRecordIsNamedByItsLineWithWhatWasExpected) {
+  const std::string create = R"({"time":0,"type":"touch.create"})"
+                             "\n";
+  const std::string surface = R"({"time":0,"type":"touch.surfaceAppeared","surface":"s"})"
+                              "\n";
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {create + create, "3: there is a gesture controller already; expected touch.release before"},
+      {R"({"time":0,"type":"touch.create","selectDownSafetyTimeout":-1})",
+       "2: the selectDownSafetyTimeout of -1 is no duration; expected seconds from 0"},
+      {R"({"time":0,"type":"touch.create","selectDownSafetyTimeout":"long"})",
+       R"(2: "selectDownSafetyTimeout" of touch.create is "long"; expected a number)"},
+      {R"({"time":0,"type":"touch.start"})",
+       "2: there is no gesture controller; expected touch.create before"},
+      {R"({"time":0,"type":"touch.reset"})",
+       "2: there is no gesture controller; expected touch.create before"},
+      {R"({"time":0,"type":"touch.release"})",
+       "2: there is no gesture controller; expected touch.create before"},
+      {R"({"time":0,"type":"touch.button","command":"select","phase":"pressed"})",
+       "2: there is no gesture controller; expected touch.create before"},
+      {create + R"({"time":0,"type":"touch.button","command":"jump","phase":"pressed"})",
+       "3: there is no command \"jump\"; expected one of up down left right select back home "
+       "playPause volumeUp volumeDown voice mute power"},
+      {create + R"({"time":0,"type":"touch.button","command":"select","phase":"held"})",
+       "3: there is no phase \"held\"; expected pressed or released"},
+      {surface + surface, "3: the surface \"s\" is there already; expected another name"},
+      {R"({"time":0,"type":"touch.surfaceGone","surface":"s"})",
+       "2: there is no surface \"s\"; expected one that has appeared"},
+      {R"({"time":0,"type":"touch.surfaceAppeared","surface":"s","sensorRows":5000000000})",
+       "2: the sensorRows 5000000000 does not exist; expected 32 bits"},
+      {surface + R"({"time":0,"type":"touch.frame","surface":"s","contacts":[[1,3,0.5,0.5]]})",
+       R"(3: "contacts" of touch.frame is [[1,3,0.5,0.5]]; expected a list of [identifier, state, x, y, velocity x, velocity y])"},
+      {surface + R"({"time":0,"type":"touch.frame","surface":"s","contacts":[[1.5,3,0,0,0,0]]})",
+       R"(3: "contacts" of touch.frame is [[1.5,3,0,0,0,0]]; expected a list of [identifier, state, x, y, velocity x, velocity y])"},
+      {surface + R"({"time":0,"type":"touch.frame","surface":"s","contacts":[[1,3,1e7,0,0,0]]})",
+       "3: the contact's 10000000 is far off the surface; expected 0 to 1"},
+      {surface +
+           R"({"time":0,"type":"touch.frame","surface":"s","contacts":[[3000000000,3,0,0,0,0]]})",
+       "3: the identifier 3000000000 does not exist; expected 32 bits"},
+      {R"({"time":0,"type":"touch.host","missingFunctions":["MTDeviceStop",1]})",
+       R"(2: "missingFunctions" of touch.host is ["MTDeviceStop",1]; expected a list of texts)"},
+      {R"({"time":0,"type":"desktop.screens","frames":[[0,0,100]]})",
+       R"(2: "frames" of desktop.screens is [[0,0,100]]; expected a list of [x, y, width, height])"},
+      {R"({"time":0,"type":"desktop.pointer","location":[1]})",
+       R"(2: "location" of desktop.pointer is [1]; expected [x, y])"},
+      {R"({"time":0,"type":"desktop.window","window":"w","frame":[1,2,3,"4"]})",
+       R"(2: "frame" of desktop.window is [1,2,3,"4"]; expected [x, y, width, height])"},
+      {R"({"time":0,"type":"desktop.windowGone","window":"w"})",
+       "2: there is no window \"w\"; expected one that has appeared"},
+  };
+  for (const auto& [records, message] : cases) {
+    const CommandResult result = replay(header + records);
+    EXPECT_EQ(result.exitCode, 1) << records;
+    EXPECT_EQ(result.errors, "tessline: standard input:" + message + "\n");
+  }
+}
+
 TEST(ReplayCommand, UnknownTypeIsAnsweredWithTheKnownOnes) {
   const CommandResult result = replay(header + R"({"time":0,"type":"hid.jump"})");
   EXPECT_EQ(result.exitCode, 1);
