@@ -7,6 +7,7 @@
 #include "tessline/touch/ContactRecord.h"
 #include "tessline/touch/SiriRemoteGestureController.h"
 #include "tessline/touch/SiriRemoteMultitouchService.h"
+#include "tests/support/PlatformDecorator.h"
 
 #include <algorithm>
 #include <array>
@@ -106,16 +107,11 @@ class OneSurface : public platform::MultitouchLibrary {
 };
 
 // A host that costs as little as it can, so that what is measured is ours.
-class QuietPlatform : public platform::Platform {
+class QuietPlatform : public test::PlatformDecorator {
  public:
-  std::shared_ptr<platform::SerialQueue> makeSerialQueue(std::string_view label) override {
-    return platform::hostPlatform()->makeSerialQueue(label);
-  }
-  std::shared_ptr<platform::MainRunLoop> mainRunLoop() override {
-    return platform::hostPlatform()->mainRunLoop();
-  }
-  std::shared_ptr<platform::LogSink> logSink() override { return log; }
-  std::shared_ptr<platform::HIDManager> makeHIDManager() override { return nullptr; }
+  QuietPlatform() : PlatformDecorator(platform::hostPlatform()) {}
+
+  std::shared_ptr<platform::LogSink> logSink() override { return std::make_shared<CountingLog>(); }
   std::shared_ptr<platform::MultitouchLibrary> openMultitouchLibrary(std::string_view) override {
     return std::make_shared<OneSurface>(callback);
   }
@@ -126,8 +122,7 @@ class QuietPlatform : public platform::Platform {
   std::shared_ptr<platform::PointerEvents> pointerEvents() override { return pointer; }
 
   platform::ContactFrameCallback callback;
-  std::shared_ptr<CountingPointer> pointer = std::make_shared<CountingPointer>();
-  std::shared_ptr<CountingLog> log = std::make_shared<CountingLog>();
+  const std::shared_ptr<CountingPointer> pointer = std::make_shared<CountingPointer>();
 };
 
 void appendContact(std::int32_t identifier, double x, double y, Frame& frame) {
@@ -183,7 +178,8 @@ class Clickpad {
   }
 
   void deliver(const Frame& frame) {
-    platform_->callback(frame.data(), static_cast<int>(frame.size() / contactRecordLayout::stride));
+    platform_->callback(frame.data(),
+                        static_cast<std::int64_t>(frame.size() / contactRecordLayout::stride));
   }
   std::size_t posted() const { return platform_->pointer->posted; }
 

@@ -5,7 +5,7 @@
 #include "cli/replay/ObservationWriter.h"
 #include "cli/replay/Recording.h"
 #include "cli/replay/Replay.h"
-#include "cli/replay/TouchPlot.h"
+#include "cli/replay/plot/TouchPlot.h"
 
 #include <cerrno>
 #include <filesystem>
@@ -70,7 +70,7 @@ class Observer {
   std::size_t violationCount_ = 0;
 };
 
-void writePlot(const TouchPlot& plot, const ReplayOptions& options) {
+void writePlot(const TouchPlot& plot, const ReplayOptions& options, Output& output) {
   if (plot.isEmpty()) {
     throw InputOutputError(
         fmt::format("there is nothing to plot in {}: it has no touch frames and no clicks",
@@ -79,9 +79,10 @@ void writePlot(const TouchPlot& plot, const ReplayOptions& options) {
   const std::string title = options.file == "-"
                                 ? std::string("standard input")
                                 : std::filesystem::path(options.file).filename().string();
+  if (options.plot == "-") return output.print("{}", drawTouchPlot(plot, title));
   std::ofstream file(options.plot, std::ios::binary);
   if (!file) throwSystemError("open", options.plot, errno);
-  file << plot.draw(title);
+  file << drawTouchPlot(plot, title);
   file.close();
   if (!file) throwSystemError("write", options.plot, errno);
 }
@@ -114,7 +115,7 @@ void replay(const ReplayOptions& options) {
                                        isStandardInput ? "standard input" : options.file,
                                        reader.line(), error.what()));
   }
-  if (!options.plot.empty()) writePlot(observer.plot(), options);
+  if (!options.plot.empty()) writePlot(observer.plot(), options, output);
   if (options.check) {
     observer.finish(replay.host()->scheduler().now());
     output.print("{} records, {} violations\n", count, observer.violationCount());
@@ -141,7 +142,8 @@ void addReplayCommand(CLI::App& application) {
   command
       ->add_option("--plot", options->plot,
                    "Draw the touches, the pointer, the windows, scrolling and the button as a "
-                   "picture instead, into this SVG file")
+                   "picture instead, into this SVG file, or - for standard output; goes together "
+                   "with --check")
       ->type_name("FILE.svg");
   command->callback([options] { replay(*options); });
 }

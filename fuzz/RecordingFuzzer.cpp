@@ -5,7 +5,7 @@
 #include "cli/replay/Invariants.h"
 #include "cli/replay/Recording.h"
 #include "cli/replay/Replay.h"
-#include "cli/replay/TouchPlot.h"
+#include "cli/replay/plot/TouchPlot.h"
 #include "fuzz/FuzzInput.h"
 
 #include <array>
@@ -210,7 +210,7 @@ void replay(const std::string& recording) {
   for (const auto& invariant : invariants) {
     invariant->finish(replay.host()->scheduler().now(), violations);
   }
-  if (!plot.isEmpty()) plot.draw("fuzzed");
+  if (!plot.isEmpty()) drawTouchPlot(plot, "fuzzed");
   if (!violations.empty()) fuzz::expectNoDifference(violations.front().text + "\n" + recording);
 }
 

@@ -1,7 +1,10 @@
 #include "cli/replay/Replay.h"
 
+#include <algorithm>
+#include <array>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -14,12 +17,16 @@ namespace {
 using nlohmann::json;
 using platform::simulated::SimulatedWindow;
 
+constexpr std::array<std::string_view, 4> attributeNames = {"AXRole", "AXParent", "AXPosition",
+                                                            "AXSize"};
+
 Point point(const json& value) {
-  return {value[0], value[1]};
+  return {memberNumber(value[0]), memberNumber(value[1])};
 }
 
 Rect rectangle(const json& value) {
-  return {{value[0], value[1]}, {value[2], value[3]}};
+  return {{memberNumber(value[0]), memberNumber(value[1])},
+          {memberNumber(value[2]), memberNumber(value[3])}};
 }
 
 void configureHost(Replay& replay, const json& members) {
@@ -49,11 +56,21 @@ void setWindow(Replay& replay, const json& members) {
   SimulatedWindow window;
   window.name = members["window"];
   window.frame = rectangle(members["frame"]);
-  window.titleBarHeight = members.value("titleBarHeight", 0.0);
+  if (members.contains("titleBarHeight")) {
+    window.titleBarHeight = memberNumber(members["titleBarHeight"]);
+  }
   window.canBeMoved = members.value("canBeMoved", true);
   if (members.contains("depth")) window.depth = memberInt32(members["depth"], "depth");
+  if (window.depth < 0) {
+    throw RecordingError(fmt::format("the depth {} is no depth; expected 0 or more", window.depth));
+  }
   if (members.contains("failingAttributes")) {
     const auto& names = members["failingAttributes"];
+    for (const std::string name : names) {
+      if (std::ranges::find(attributeNames, name) != attributeNames.end()) continue;
+      throw RecordingError(fmt::format("there is no attribute \"{}\"; expected one of {}", name,
+                                       fmt::join(attributeNames, " ")));
+    }
     window.failingAttributes = {names.begin(), names.end()};
   }
   replay.windowPlaced(window.name, window.frame);

@@ -58,7 +58,7 @@ std::optional<Record> RecordingReader::next() {
   const json time = take(*object, "time");
   if (!time.is_number() || time.get<double>() < 0 || time.get<double>() > longestSeconds) {
     throw RecordingError(
-        R"(the "time" is missing or no time; expected seconds since the start, from 0)");
+        R"(the "time" is missing or no time; expected seconds since the start, 0 to 1000000000)");
   }
   const json type = take(*object, "type");
   if (!type.is_string()) {

@@ -256,10 +256,21 @@ std::int32_t memberInt32(const json& value, std::string_view what) {
   using Limits = std::numeric_limits<std::int32_t>;
   const auto number = value.get<std::int64_t>();
   if (number < Limits::min() || number > Limits::max()) {
-    throw RecordingError(
-        fmt::format("the {} {} does not exist; expected 32 bits", what, value.dump()));
+    throw RecordingError(fmt::format("the {} {} does not fit 32 bits; expected {} to {}", what,
+                                     value.dump(), Limits::min(), Limits::max()));
   }
   return static_cast<std::int32_t>(number);
+}
+
+double memberNumber(const json& value) {
+  constexpr double largest = 1e9;
+  const auto number = value.get<double>();
+  if (number < -largest || number > largest) {
+    throw RecordingError(
+        fmt::format("the number {} is out of all range; expected at most {} either way",
+                    value.dump(), largest));
+  }
+  return number;
 }
 
 }  // namespace tessline::cli

@@ -115,9 +115,11 @@ class Replay {
   /// Forgets a window that a record has taken away.
   void windowGone(const std::string& window) { windows_.erase(window); }
 
+  /// Observes what is not as it was when it was observed last.
+  void observeChanges();
+
  private:
   void runUntil(platform::QueueTime time);
-  void observeChanges();
 
   Observer observer_;
   std::shared_ptr<platform::simulated::SimulatedHost> host_ =
@@ -135,5 +137,8 @@ class Replay {
 std::vector<std::uint8_t> memberBytes(const nlohmann::json& value);
 /// The number of a member that must be one of 32 bits. Throws RecordingError.
 std::int32_t memberInt32(const nlohmann::json& value, std::string_view what);
+/// The number of a member that measures something: at most a thousand million either way, so that
+/// no sum of them is without end. Throws RecordingError.
+double memberNumber(const nlohmann::json& value);
 
 }  // namespace tessline::cli

@@ -85,25 +85,19 @@ class PointerStaysOnScreens : public Invariant {
   }
 
  private:
-  // Straight from corners: y of the screens goes up, from the lower edge of the first.
+  // Y of the screens goes up; turned, the first begins at 0.
   void take(const ScreensChanged& screens) {
     hasArea_ = false;
     for (const Rect& frame : screens.frames) {
-      const double height = screens.frames.front().origin.y + screens.frames.front().size.height;
-      const double top = height - (frame.origin.y + frame.size.height);
-      const double bottom = height - frame.origin.y;
-      const double right = frame.origin.x + frame.size.width;
+      const double height = screens.frames.front().maxY();
       const bool isFirst = &frame == &screens.frames.front();
-      left_ = isFirst ? frame.origin.x : std::min(left_, frame.origin.x);
-      right_ = isFirst ? right : std::max(right_, right);
-      top_ = isFirst ? top : std::min(top_, top);
-      bottom_ = isFirst ? bottom : std::max(bottom_, bottom);
+      left_ = isFirst ? frame.minX() : std::min(left_, frame.minX());
+      right_ = isFirst ? frame.maxX() : std::max(right_, frame.maxX());
+      top_ = isFirst ? 0 : std::min(top_, height - frame.maxY());
+      bottom_ = isFirst ? frame.height() : std::max(bottom_, height - frame.minY());
     }
     // A screen of less than a point has no place that is inside and a point from its edges.
-    hasArea_ = !screens.frames.empty() && right_ - left_ >= 1 && bottom_ - top_ >= 1 &&
-               std::ranges::all_of(screens.frames, [](const Rect& frame) {
-                 return frame.size.width >= 0 && frame.size.height >= 0;
-               });
+    hasArea_ = !screens.frames.empty() && right_ - left_ >= 1 && bottom_ - top_ >= 1;
   }
 
   bool hasArea_ = false;

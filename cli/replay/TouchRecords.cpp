@@ -1,12 +1,14 @@
 #include "cli/replay/Replay.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -19,6 +21,17 @@ namespace {
 using nlohmann::json;
 using platform::simulated::SimulatedContact;
 using platform::simulated::SimulatedSurface;
+
+constexpr std::array<std::string_view, 9> functionNames = {
+    "MTDeviceCreateList",
+    "MTDeviceGetDeviceID",
+    "MTDeviceStart",
+    "MTDeviceStop",
+    "MTDeviceIsBuiltIn",
+    "MTDeviceGetSensorSurfaceDimensions",
+    "MTDeviceGetSensorDimensions",
+    "MTRegisterContactFrameCallbackWithRefcon",
+    "MTUnregisterContactFrameCallback"};
 
 // Beyond any surface, and small enough for scroll amounts to stay in their range.
 constexpr double largestCoordinate = 1e6;
@@ -62,7 +75,9 @@ void create(Replay& replay, const json& members) {
 
 void release(Replay& replay, const json&) {
   replay.touch().requireController();
+  // The service's last, empty report still reaches the controller.
   replay.touch().service.reset();
+  replay.observeChanges();
   replay.touch().controller.reset();
   replay.observe(TouchReleased{});
 }
@@ -80,6 +95,11 @@ void configureHost(Replay& replay, const json& members) {
   if (members.contains("createsList")) multitouch.setCreatesList(members["createsList"]);
   if (members.contains("missingFunctions")) {
     const auto& names = members["missingFunctions"];
+    for (const std::string name : names) {
+      if (std::ranges::find(functionNames, name) != functionNames.end()) continue;
+      throw RecordingError(fmt::format("there is no function \"{}\"; expected one of {}", name,
+                                       fmt::join(functionNames, " ")));
+    }
     multitouch.setMissingFunctions({names.begin(), names.end()});
   }
 }
@@ -156,7 +176,7 @@ void reset(Replay& replay, const json&) {
 }
 
 void setCursorSpeed(Replay& replay, const json& members) {
-  replay.touch().cursorSpeed = members["speed"].get<double>();
+  replay.touch().cursorSpeed = memberNumber(members["speed"]);
 }
 
 const std::vector<RecordType> types = {

@@ -21,7 +21,8 @@ struct Size {
 };
 
 /// A rectangle: a corner and an extent from there. A negative extent reaches towards smaller
-/// coordinates; all members but the stored ones look at the area, however it is written down.
+/// coordinates; `minX` and its kind, `contains` and `united` look at the area, however it is written
+/// down.
 struct Rect {
   Point origin;  ///< The corner, as it was given.
   Size size;     ///< The extent, as it was given.
@@ -33,7 +34,7 @@ struct Rect {
 
   /// Whether this is no rectangle.
   bool isNull() const;
-  /// Whether this is the whole plane.
+  /// Whether this is the whole plane, as `infinite` writes it down.
   bool isInfinite() const;
   /// Whether there is no area: null, or without width or height.
   bool isEmpty() const;
@@ -48,7 +49,8 @@ struct Rect {
   /// The same area with no negative extent; null stays null.
   Rect standardized() const;
 
-  /// The smallest rectangle that holds both. Null adds nothing; an empty rectangle counts.
+  /// The smallest rectangle that holds both. An empty rectangle counts; null adds nothing, and what
+  /// it meets stays as it is written down.
   Rect united(const Rect& other) const;
 
   /// Whether the point lies in the area: the smaller edges belong to it, the larger do not.

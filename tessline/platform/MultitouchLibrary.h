@@ -25,8 +25,8 @@ using MultitouchDeviceList = std::vector<std::shared_ptr<MultitouchDevice>>;
 
 /// Called for each frame of a surface, on a thread of the library's own. `touches` points to
 /// `numTouches` contact records, one behind the other, of any alignment, valid during the call; it
-/// may be null if there are none.
-using ContactFrameCallback = std::function<void(const std::byte* touches, int numTouches)>;
+/// may be null if there are none. A library that counts in fewer bits is widened by the backend.
+using ContactFrameCallback = std::function<void(const std::byte* touches, std::int64_t numTouches)>;
 
 /// `MTDeviceCreateList`: none if the library gives no list.
 using DeviceListFunction = std::function<std::optional<MultitouchDeviceList>()>;

@@ -36,7 +36,7 @@ struct ContactRecord {
 };
 
 /// Reads the record of that index behind `touches`, of whatever alignment.
-inline ContactRecord contactRecordAt(const std::byte* touches, int index) {
+inline ContactRecord contactRecordAt(const std::byte* touches, std::int64_t index) {
   using namespace contactRecordLayout;
   const std::byte* const record = touches + static_cast<std::size_t>(index) * stride;
   const auto read = [record]<class Field>(std::size_t offset, Field& field) {

@@ -83,8 +83,8 @@ std::optional<Rect> DragWindowBoundsClamper::frame(platform::AccessibilityElemen
 Rect DragWindowBoundsClamper::quartzRect(platform::Screens& screens, const Rect& fromAppKit) {
   const auto frames = screens.frames();
   const Rect& reference = frames->empty() ? fromAppKit : frames->front();
-  return {{fromAppKit.origin.x, reference.maxY() - fromAppKit.origin.y - fromAppKit.height()},
-          fromAppKit.size};
+  return {{fromAppKit.minX(), reference.maxY() - fromAppKit.minY() - fromAppKit.height()},
+          {fromAppKit.width(), fromAppKit.height()}};
 }
 
 Rect DragWindowBoundsClamper::screenUnionInQuartzCoordinates(platform::Screens& screens) {

@@ -42,6 +42,24 @@ SiriRemoteGestureController::SiriRemoteGestureController(
 
 SiriRemoteGestureController::~SiriRemoteGestureController() = default;
 
+bool SiriRemoteGestureController::isDragging() const {
+  switch (buttonState_) {
+    case ButtonState::pressed:
+    case ButtonState::lockedHeld:
+    case ButtonState::locked:
+      return true;
+    case ButtonState::idle:
+    case ButtonState::suppressed:
+      return false;
+  }
+  return false;
+}
+
+bool SiriRemoteGestureController::isDragLocked() const {
+  const ButtonState state = buttonState_;
+  return state == ButtonState::lockedHeld || state == ButtonState::locked;
+}
+
 GestureMode SiriRemoteGestureController::mode() const {
   const MutexLock guard(lock_);
   return recognizer_.mode();
@@ -70,9 +88,9 @@ void SiriRemoteGestureController::moveCursor(double deltaX, double deltaY) {
       *screens_, {position.x + deltaX * settings_.cursorScale * speed,
                   position.y - deltaY * settings_.cursorScale * speed});
   const MouseEventType type =
-      isDragging_ ? MouseEventType::leftMouseDragged : MouseEventType::mouseMoved;
+      isDragging() ? MouseEventType::leftMouseDragged : MouseEventType::mouseMoved;
   if (!events_->postMouseEvent(type, target, std::nullopt)) return;
-  if (isDragging_) keepDraggedWindowOnScreens(target);
+  if (isDragging()) keepDraggedWindowOnScreens(target);
 }
 
 void SiriRemoteGestureController::keepDraggedWindowOnScreens(Point target) {
@@ -89,6 +107,7 @@ Point SiriRemoteGestureController::getCurrentPosition() {
   const Point mouse = screens_->mouseLocation();
   const auto frame = screens_->mainFrame();
   if (!frame) return mouse;
+  // The screen's left edge is added on purpose, though both are in the same coordinates.
   return {mouse.x + frame->minX(), frame->minY() + (frame->height() - mouse.y)};
 }
 
@@ -105,15 +124,21 @@ void SiriRemoteGestureController::handleButton(RemoteCommand command, RemoteButt
 }
 
 void SiriRemoteGestureController::press(Point position) {
-  if (isDragLocked_) {
-    endDragLockLocked(position);
-    suppressNextSelectRelease_ = true;
-    return;
+  switch (buttonState_) {
+    case ButtonState::idle:
+    case ButtonState::suppressed:
+      return beginPress(position);
+    case ButtonState::pressed:
+      return;
+    case ButtonState::lockedHeld:
+    case ButtonState::locked:
+      // The release of this press must not let go once more.
+      return endDragLockLocked(position);
   }
-  if (hasOutstandingSelectDown_) return;
-  isDragging_ = true;
-  hasOutstandingSelectDown_ = true;
-  suppressNextSelectRelease_ = false;
+}
+
+void SiriRemoteGestureController::beginPress(Point position) {
+  buttonState_ = ButtonState::pressed;
   draggedWindow_ = DragWindowBoundsClamper::windowElement(*accessibility_, position);
   showChargeRingForCurrentPress_ =
       DragWindowBoundsClamper::isTitleBarRegion(*accessibility_, position);
@@ -124,34 +149,43 @@ void SiriRemoteGestureController::press(Point position) {
 }
 
 void SiriRemoteGestureController::release(Point position) {
-  if (std::exchange(suppressNextSelectRelease_, false)) return;
-  if (!hasOutstandingSelectDown_) return;
-  dragLockLongPressTimer_.cancel();
-  if (isDragLocked_) {
-    hasOutstandingSelectDown_ = false;
-    selectDownSafetyTimer_.cancel();
-    return;
+  switch (buttonState_) {
+    case ButtonState::idle:
+    case ButtonState::locked:
+      return;
+    case ButtonState::suppressed:
+      buttonState_ = ButtonState::idle;
+      return;
+    case ButtonState::lockedHeld:
+      cancelTimers();
+      buttonState_ = ButtonState::locked;
+      return;
+    case ButtonState::pressed:
+      cancelTimers();
+      cancelCharge();
+      buttonState_ = ButtonState::idle;
+      draggedWindow_ = nullptr;
+      return postButtonEvent(MouseEventType::leftMouseUp, position);
   }
-  cancelCharge();
-  isDragging_ = false;
-  hasOutstandingSelectDown_ = false;
-  draggedWindow_ = nullptr;
-  selectDownSafetyTimer_.cancel();
-  postButtonEvent(MouseEventType::leftMouseUp, position);
 }
 
 void SiriRemoteGestureController::resetButtonState() {
   const MutexLock guard(lock_);
   cancelTimers();
-  suppressNextSelectRelease_ = false;
-  hasOutstandingSelectDown_ = false;
   cancelCharge();
   draggedWindow_ = nullptr;
-  if (!isDragging_ && !isDragLocked_) return;
-  const Point position = getCurrentPosition();
-  isDragging_ = false;
-  isDragLocked_ = false;
-  postButtonEvent(MouseEventType::leftMouseUp, position);
+  switch (buttonState_) {
+    case ButtonState::idle:
+    case ButtonState::suppressed:
+      buttonState_ = ButtonState::idle;
+      return;
+    case ButtonState::pressed:
+    case ButtonState::lockedHeld:
+    case ButtonState::locked:
+      const Point position = getCurrentPosition();
+      buttonState_ = ButtonState::idle;
+      return postButtonEvent(MouseEventType::leftMouseUp, position);
+  }
 }
 
 void SiriRemoteGestureController::postButtonEvent(MouseEventType type, Point position) {
@@ -187,9 +221,9 @@ void SiriRemoteGestureController::cancelTimers() {
 void SiriRemoteGestureController::activateDragLockIfStillPressed(std::uint64_t arming) {
   const MutexLock guard(lock_);
   if (arming != dragLockLongPressTimer_.number) return;
-  if (!hasOutstandingSelectDown_ || isDragLocked_) return;
-  isDragLocked_ = true;
-  isDragging_ = true;
+  if (buttonState_ != ButtonState::pressed) return;
+  buttonState_ = ButtonState::lockedHeld;
+  // What is locked must not be let go of by itself. The timer that fired stays as it is.
   selectDownSafetyTimer_.cancel();
   if (showChargeRingForCurrentPress_) emitChargePhase(DragLockChargePhase::completed);
 }
@@ -197,9 +231,8 @@ void SiriRemoteGestureController::activateDragLockIfStillPressed(std::uint64_t a
 void SiriRemoteGestureController::forceSelectReleaseIfOutstanding(std::uint64_t arming) {
   const MutexLock guard(lock_);
   if (arming != selectDownSafetyTimer_.number) return;
-  if (!hasOutstandingSelectDown_ || isDragLocked_) return;
-  hasOutstandingSelectDown_ = false;
-  isDragging_ = false;
+  if (buttonState_ != ButtonState::pressed) return;
+  buttonState_ = ButtonState::idle;
   cancelCharge();
   draggedWindow_ = nullptr;
   cancelTimers();
@@ -208,9 +241,7 @@ void SiriRemoteGestureController::forceSelectReleaseIfOutstanding(std::uint64_t 
 
 void SiriRemoteGestureController::endDragLockLocked(Point at) {
   cancelTimers();
-  hasOutstandingSelectDown_ = false;
-  isDragLocked_ = false;
-  isDragging_ = false;
+  buttonState_ = ButtonState::suppressed;
   showChargeRingForCurrentPress_ = false;
   draggedWindow_ = nullptr;
   postButtonEvent(MouseEventType::leftMouseUp, at);

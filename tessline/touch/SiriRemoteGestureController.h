@@ -56,9 +56,9 @@ class SiriRemoteGestureController
   bool inspectsDraggedWindow = true;
 
   /// Whether the left button is held down, by the clickpad or by the drag lock.
-  bool isDragging() const { return isDragging_; }
+  bool isDragging() const;
   /// Whether the drag lock holds the left button down.
-  bool isDragLocked() const { return isDragLocked_; }
+  bool isDragLocked() const;
   /// The gesture at hand, as of the last frame.
   GestureMode mode() const;
 
@@ -72,6 +72,14 @@ class SiriRemoteGestureController
   void resetButtonState();
 
  private:
+  enum class ButtonState : std::uint8_t {
+    idle,        // Up.
+    pressed,     // Down, and its release is outstanding.
+    lockedHeld,  // Locked down, and the release of the long press is outstanding.
+    locked,      // Locked down.
+    suppressed,  // Up, and the release of the press that ended a lock is outstanding.
+  };
+
   // A timer that is armed again and again. What an arming left under way when it was cancelled is
   // told by its number.
   struct Deadline {
@@ -95,6 +103,7 @@ class SiriRemoteGestureController
   void arm(Deadline& deadline, platform::QueueTime duration,
            void (SiriRemoteGestureController::*handle)(std::uint64_t)) TESSLINE_REQUIRES(lock_);
   void cancelTimers() TESSLINE_REQUIRES(lock_);
+  void beginPress(Point position) TESSLINE_REQUIRES(lock_);
   void activateDragLockIfStillPressed(std::uint64_t arming) TESSLINE_EXCLUDES(lock_);
   void forceSelectReleaseIfOutstanding(std::uint64_t arming) TESSLINE_EXCLUDES(lock_);
   void endDragLockLocked(Point at) TESSLINE_REQUIRES(lock_);
@@ -109,13 +118,10 @@ class SiriRemoteGestureController
 
   mutable platform::Mutex lock_;
   GestureRecognizer recognizer_ TESSLINE_GUARDED_BY(lock_);
-  // Written under the lock; atomic, so that callbacks may ask.
-  std::atomic<bool> isDragging_{false};
-  std::atomic<bool> isDragLocked_{false};
+  // Written under the lock; atomic, so that callbacks may ask what it means.
+  std::atomic<ButtonState> buttonState_{ButtonState::idle};
   Deadline selectDownSafetyTimer_ TESSLINE_GUARDED_BY(lock_);
   Deadline dragLockLongPressTimer_ TESSLINE_GUARDED_BY(lock_);
-  bool hasOutstandingSelectDown_ TESSLINE_GUARDED_BY(lock_) = false;
-  bool suppressNextSelectRelease_ TESSLINE_GUARDED_BY(lock_) = false;
   bool isChargeInProgress_ TESSLINE_GUARDED_BY(lock_) = false;
   bool showChargeRingForCurrentPress_ TESSLINE_GUARDED_BY(lock_) = false;
   std::shared_ptr<platform::AccessibilityElement> draggedWindow_ TESSLINE_GUARDED_BY(lock_);

@@ -112,7 +112,7 @@ void SiriRemoteMultitouchService::start() {
     // Kept even if it does not start, so that stopping ends its registration, too.
     devices_.push_back(device);
     MTRegisterContactFrameCallbackWithRefcon_(
-        *device, [weak = weak_from_this()](const std::byte* touches, int numTouches) {
+        *device, [weak = weak_from_this()](const std::byte* touches, std::int64_t numTouches) {
           if (const auto self = weak.lock()) self->handleFrame(touches, numTouches);
         });
     const std::int32_t status = MTDeviceStart_(*device, startMode);
@@ -153,9 +153,9 @@ bool SiriRemoteMultitouchService::isRemoteSurface(platform::MultitouchDevice& de
          (width == surfaceSide && height == surfaceSide);
 }
 
-void SiriRemoteMultitouchService::handleFrame(const std::byte* touches, int numTouches) {
+void SiriRemoteMultitouchService::handleFrame(const std::byte* touches, std::int64_t numTouches) {
   touchPoints_.clear();
-  for (int index = 0; index < numTouches; ++index) {
+  for (std::int64_t index = 0; index < numTouches; ++index) {
     const ContactRecord contact = contactRecordAt(touches, index);
     const std::int32_t identifier = contact.identifier;
     if (contact.state == contactEnded) {
@@ -178,7 +178,7 @@ void SiriRemoteMultitouchService::handleFrame(const std::byte* touches, int numT
   }
   // A contact of any state keeps its position while it is in the frames.
   std::erase_if(lastPositions_, [&](const LastPosition& last) {
-    for (int index = 0; index < numTouches; ++index) {
+    for (std::int64_t index = 0; index < numTouches; ++index) {
       if (contactRecordAt(touches, index).identifier == last.identifier) return false;
     }
     return true;

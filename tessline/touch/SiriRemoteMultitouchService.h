@@ -21,8 +21,8 @@ namespace tessline {
 ///
 /// The application creates, starts and stops it on one thread. Frames, and with them
 /// `onTouchesChanged`, come on a thread of the system's own, one after the other; the service lives
-/// at least as long as the frame it is handling. Nothing is allocated for a frame once as many
-/// fingers have been seen before.
+/// at least as long as the frame it is handling. Once as many fingers have been seen before it
+/// allocates nothing for a frame, log lines of ordinary numbers included.
 class SiriRemoteMultitouchService
     : public std::enable_shared_from_this<SiriRemoteMultitouchService> {
  public:
@@ -59,7 +59,7 @@ class SiriRemoteMultitouchService
 
   void loadFramework(platform::Platform& platform);
   bool isRemoteSurface(platform::MultitouchDevice& device) const;
-  void handleFrame(const std::byte* touches, int numTouches);
+  void handleFrame(const std::byte* touches, std::int64_t numTouches);
   LastPosition* lastPosition(std::int32_t identifier);
   void setLastPosition(std::int32_t identifier, float x, float y);
 

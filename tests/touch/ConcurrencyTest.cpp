@@ -3,6 +3,7 @@
 #include "tessline/platform/Platform.h"
 #include "tessline/touch/SiriRemoteGestureController.h"
 #include "tessline/touch/SiriRemoteMultitouchService.h"
+#include "tests/support/PlatformDecorator.h"
 
 #include <array>
 #include <atomic>
@@ -139,7 +140,7 @@ class ThreadedLibrary : public platform::MultitouchLibrary,
     return {};
   }
 
-  void deliver(const std::byte* touches, int numTouches) {
+  void deliver(const std::byte* touches, std::int64_t numTouches) {
     const std::lock_guard lock(mutex_);
     if (callback_) callback_(touches, numTouches);
   }
@@ -157,16 +158,11 @@ class SilentLog : public platform::LogSink {
 };
 
 // Real queues, everything else made up.
-class StressPlatform : public platform::Platform {
+class StressPlatform : public PlatformDecorator {
  public:
-  std::shared_ptr<platform::SerialQueue> makeSerialQueue(std::string_view label) override {
-    return platform::hostPlatform()->makeSerialQueue(label);
-  }
-  std::shared_ptr<platform::MainRunLoop> mainRunLoop() override {
-    return platform::hostPlatform()->mainRunLoop();
-  }
+  StressPlatform() : PlatformDecorator(platform::hostPlatform()) {}
+
   std::shared_ptr<platform::LogSink> logSink() override { return log_; }
-  std::shared_ptr<platform::HIDManager> makeHIDManager() override { return nullptr; }
   std::shared_ptr<platform::MultitouchLibrary> openMultitouchLibrary(std::string_view) override {
     return library;
   }

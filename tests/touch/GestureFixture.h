@@ -4,6 +4,7 @@
 
 #include "tessline/platform/simulated/SimulatedHost.h"
 #include "tessline/touch/SiriRemoteGestureController.h"
+#include "tests/support/GeometryPrinting.h"
 
 #include <cstdint>
 #include <memory>
@@ -13,14 +14,6 @@
 #include <vector>
 
 #include <gtest/gtest.h>
-
-namespace tessline {
-
-inline void PrintTo(const Point& point, std::ostream* out) {
-  *out << '(' << point.x << ", " << point.y << ')';
-}
-
-}  // namespace tessline
 
 namespace tessline::test {
 
@@ -41,8 +34,9 @@ class GestureControllerTest : public testing::Test {
  protected:
   GestureControllerTest() { makeController(); }
 
-  void makeController(const GestureSettings& settings = {}) {
-    controller = SiriRemoteGestureController::create(host, settings);
+  void makeController(const GestureSettings& settings = {},
+                      std::shared_ptr<platform::Platform> platform = nullptr) {
+    controller = SiriRemoteGestureController::create(platform ? platform : host, settings);
     controller->onDragLockChargePhase = [this](DragLockChargePhase phase) {
       phases.push_back(ordinal(phase));
     };

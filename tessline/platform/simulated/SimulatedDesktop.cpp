@@ -71,7 +71,7 @@ class DesktopScreens : public Screens {
 
   std::shared_ptr<const ScreenFrames> frames() override { return desktop_.frames_; }
   std::optional<Rect> mainFrame() override { return desktop_.mainFrame_; }
-  Point mouseLocation() override { return desktop_.mouseLocation_; }
+  Point mouseLocation() override { return desktop_.mouseLocation(); }
 
  private:
   SimulatedDesktop& desktop_;
@@ -149,13 +149,24 @@ std::shared_ptr<AccessibilityElement> SimulatedDesktop::element(const std::strin
                                                                 int depth) {
   return std::make_shared<SimulatedElement>(
       depth == 0 ? window : window + "/" + std::to_string(depth), calls_,
-      [this, window, depth](std::string_view name) { return attribute(window, depth, name); },
-      [this, window](std::string_view name, Point position) {
-        return setPosition(window, name, position);
+      [weak = weak_from_this(), window, depth](std::string_view name) {
+        const auto self = weak.lock();
+        return self ? self->attribute(window, depth, name) : AccessibilityValue();
+      },
+      [weak = weak_from_this(), window](std::string_view name, Point position) {
+        const auto self = weak.lock();
+        return self && self->setPosition(window, name, position);
       });
 }
 
+Point SimulatedDesktop::mouseLocation() const {
+  if (mouseLocation_) return *mouseLocation_;
+  const Point location = pointer_.value_or(Point());
+  return {location.x, frames_->empty() ? location.y : frames_->front().maxY() - location.y};
+}
+
 std::shared_ptr<AccessibilityElement> SimulatedDesktop::elementAt(Point point) {
+  if (!isTrusted_) return nullptr;
   const auto hit = std::find_if(windows_.rbegin(), windows_.rend(),
                                 [&](const auto& each) { return each.frame.contains(point); });
   return hit == windows_.rend() ? nullptr : element(hit->name, hit->depth);
@@ -164,7 +175,7 @@ std::shared_ptr<AccessibilityElement> SimulatedDesktop::elementAt(Point point) {
 AccessibilityValue SimulatedDesktop::attribute(const std::string& windowName, int depth,
                                                std::string_view name) {
   const SimulatedWindow* const found = window(windowName);
-  if (found == nullptr || found->failingAttributes.contains(name)) return {};
+  if (found == nullptr || !isTrusted_ || found->failingAttributes.contains(name)) return {};
   if (name == "AXRole") return std::string(depth == 0 ? "AXWindow" : "AXGroup");
   if (name == "AXParent" && depth > 0) return element(windowName, depth - 1);
   if (depth > 0) return {};
@@ -176,8 +187,8 @@ AccessibilityValue SimulatedDesktop::attribute(const std::string& windowName, in
 bool SimulatedDesktop::setPosition(const std::string& windowName, std::string_view attribute,
                                    Point position) {
   SimulatedWindow* const found = window(windowName);
-  const bool works = found != nullptr && attribute == "AXPosition" && found->canBeMoved &&
-                     !found->failingAttributes.contains(attribute);
+  const bool works = found != nullptr && isTrusted_ && attribute == "AXPosition" &&
+                     found->canBeMoved && !found->failingAttributes.contains(attribute);
   if (works) found->frame.origin = position;
   return works;
 }

@@ -53,7 +53,7 @@ class SimulatedElement : public AccessibilityElement {
 /// Behaves as a desktop does: moves and drags take the pointer along, and a drag that begins on a
 /// title bar takes the window along. Calls that change something, and those to elements, are noted;
 /// looking at the screens and at the pointer is not. Not synchronised.
-class SimulatedDesktop {
+class SimulatedDesktop : public std::enable_shared_from_this<SimulatedDesktop> {
  public:
   /// A trusted process, one screen of 1440 x 900 points, the pointer in its middle, no windows.
   explicit SimulatedDesktop(std::shared_ptr<CallLog> calls);
@@ -66,13 +66,14 @@ class SimulatedDesktop {
   void setScreens(ScreenFrames frames);
   /// The frame of the screen with the keyboard focus from now on.
   void setMainFrame(std::optional<Rect> frame) { mainFrame_ = frame; }
-  /// Where events say that the pointer is from now on, y downwards; none if they cannot be made.
+  /// Where events say that the pointer is from now on, y downwards; none if they do not tell.
   void setPointer(std::optional<Point> location) { pointer_ = location; }
-  /// Where the window system says that the pointer is, y upwards.
+  /// Where the window system says that the pointer is from now on, y upwards; until then it says
+  /// where it is.
   void setMouseLocation(Point location) { mouseLocation_ = location; }
   /// Whether events can be made to be posted from now on.
   void setCanCreateEvents(bool can) { canCreateEvents_ = can; }
-  /// Whether the user has allowed this process to use accessibility.
+  /// Whether the user has allowed this process to use accessibility; if not, elements tell nothing.
   void setTrusted(bool isTrusted) { isTrusted_ = isTrusted; }
 
   /// A window appears, in front of the others, or takes the place of the one of its name.
@@ -84,7 +85,7 @@ class SimulatedDesktop {
 
   /// The screens, y upwards.
   const ScreenFrames& screenFrames() const { return *frames_; }
-  /// Where the pointer is.
+  /// Where events say that the pointer is.
   std::optional<Point> pointer() const { return pointer_; }
 
   /// What the platform gives out; lives as long as the desktop.
@@ -100,6 +101,7 @@ class SimulatedDesktop {
   friend class DesktopPointerEvents;
 
   SimulatedWindow* window(std::string_view name);
+  Point mouseLocation() const;
   std::shared_ptr<AccessibilityElement> element(const std::string& window, int depth);
   std::shared_ptr<AccessibilityElement> elementAt(Point point);
   AccessibilityValue attribute(const std::string& window, int depth, std::string_view name);
@@ -110,7 +112,7 @@ class SimulatedDesktop {
   std::shared_ptr<const ScreenFrames> frames_;
   std::optional<Rect> mainFrame_;
   std::optional<Point> pointer_;
-  Point mouseLocation_;
+  std::optional<Point> mouseLocation_;
   bool canCreateEvents_ = true;
   bool isTrusted_ = true;
   std::vector<SimulatedWindow> windows_;

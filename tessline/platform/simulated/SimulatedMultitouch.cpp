@@ -40,23 +40,32 @@ class SimulatedMultitouchLibrary : public MultitouchLibrary {
       : multitouch_(std::move(multitouch)) {}
   SimulatedMultitouchLibrary(const SimulatedMultitouchLibrary&) = delete;
   SimulatedMultitouchLibrary& operator=(const SimulatedMultitouchLibrary&) = delete;
-  ~SimulatedMultitouchLibrary() override { multitouch_->close(); }
+  ~SimulatedMultitouchLibrary() override {
+    multitouch_->calls_->add("dlclose");
+    for (const auto& weak : registered_) {
+      if (const auto device = weak.lock()) device->callback_ = nullptr;
+    }
+  }
 
-  MultitouchFunction symbol(std::string_view name) override { return multitouch_->symbol(name); }
+  MultitouchFunction symbol(std::string_view name) override {
+    return multitouch_->symbol(name, *this);
+  }
+
+  void registerCallback(SimulatedTouchDevice& device, ContactFrameCallback callback) {
+    device.callback_ = std::make_shared<const ContactFrameCallback>(std::move(callback));
+    registered_.push_back(device.weak_from_this());
+  }
 
  private:
   std::shared_ptr<SimulatedMultitouch> multitouch_;
+  // Their callbacks go with the library, also those of surfaces that are gone.
+  std::vector<std::weak_ptr<SimulatedTouchDevice>> registered_;
 };
 
 std::shared_ptr<MultitouchLibrary> SimulatedMultitouch::open(std::string_view path) {
   calls_->add("dlopen", {{"path", std::string(path)}, {"mode", resolveNow}});
   if (!canBeOpened_) return nullptr;
   return std::make_shared<SimulatedMultitouchLibrary>(shared_from_this());
-}
-
-void SimulatedMultitouch::close() {
-  calls_->add("dlclose");
-  for (const auto& device : devices_) device->callback_ = nullptr;
 }
 
 std::shared_ptr<SimulatedTouchDevice> SimulatedMultitouch::connect(
@@ -78,11 +87,11 @@ void SimulatedMultitouch::sendFrame(SimulatedTouchDevice& device,
     write(contact, record);
     record += recordSize;
   }
-  sendRecords(device, records_.data() + misalignment, static_cast<int>(contacts.size()));
+  sendRecords(device, records_.data() + misalignment, static_cast<std::int64_t>(contacts.size()));
 }
 
 void SimulatedMultitouch::sendRecords(SimulatedTouchDevice& device, const std::byte* touches,
-                                      int numTouches) {
+                                      std::int64_t numTouches) {
   if (!device.isStarted_) return;
   // Held: the callee may unregister, which must not pull the function away from under it.
   if (const auto callback = device.callback_) (*callback)(touches, numTouches);
@@ -106,7 +115,8 @@ DeviceDimensionsFunction SimulatedMultitouch::dimensions(std::string name,
 }
 
 // Functions are used while the library is open, which keeps this alive.
-MultitouchFunction SimulatedMultitouch::symbol(std::string_view name) {
+MultitouchFunction SimulatedMultitouch::symbol(std::string_view name,
+                                               SimulatedMultitouchLibrary& library) {
   calls_->add("dlsym", {{"name", std::string(name)}});
   if (missingFunctions_.contains(name)) return {};
   if (name == "MTDeviceCreateList") {
@@ -156,10 +166,9 @@ MultitouchFunction SimulatedMultitouch::symbol(std::string_view name) {
   }
   if (name == "MTRegisterContactFrameCallbackWithRefcon") {
     return RegisterCallbackFunction(
-        [this](MultitouchDevice& device, ContactFrameCallback callback) {
+        [this, &library](MultitouchDevice& device, ContactFrameCallback callback) {
           add("MTRegisterContactFrameCallbackWithRefcon", device);
-          simulated(device).callback_ =
-              std::make_shared<const ContactFrameCallback>(std::move(callback));
+          library.registerCallback(simulated(device), std::move(callback));
         });
   }
   if (name == "MTUnregisterContactFrameCallback") {

@@ -40,8 +40,12 @@ struct SimulatedContact {
   bool operator==(const SimulatedContact&) const = default;
 };
 
+class SimulatedMultitouch;
+class SimulatedMultitouchLibrary;
+
 /// A surface made up by a test or a recording. Its number tells it apart in the recorded calls.
-class SimulatedTouchDevice : public MultitouchDevice {
+class SimulatedTouchDevice : public MultitouchDevice,
+                             public std::enable_shared_from_this<SimulatedTouchDevice> {
  public:
   /// Made by `SimulatedMultitouch::connect`.
   SimulatedTouchDevice(std::int64_t number, const SimulatedSurface& about)
@@ -55,6 +59,7 @@ class SimulatedTouchDevice : public MultitouchDevice {
 
  private:
   friend class SimulatedMultitouch;
+  friend class SimulatedMultitouchLibrary;
 
   std::int64_t number_;
   std::shared_ptr<const ContactFrameCallback> callback_;
@@ -85,7 +90,7 @@ class SimulatedMultitouch : public std::enable_shared_from_this<SimulatedMultito
   /// Delivers a frame of these contacts.
   void sendFrame(SimulatedTouchDevice& device, std::span<const SimulatedContact> contacts);
   /// Delivers a frame whose records stand at `touches`, as they are.
-  void sendRecords(SimulatedTouchDevice& device, const std::byte* touches, int numTouches);
+  void sendRecords(SimulatedTouchDevice& device, const std::byte* touches, std::int64_t numTouches);
 
   /// The library, open; null if it cannot be opened.
   std::shared_ptr<MultitouchLibrary> open(std::string_view path);
@@ -93,8 +98,7 @@ class SimulatedMultitouch : public std::enable_shared_from_this<SimulatedMultito
  private:
   friend class SimulatedMultitouchLibrary;
 
-  void close();
-  MultitouchFunction symbol(std::string_view name);
+  MultitouchFunction symbol(std::string_view name, SimulatedMultitouchLibrary& library);
   DeviceDimensionsFunction dimensions(std::string name, std::int32_t SimulatedSurface::*first,
                                       std::int32_t SimulatedSurface::*second);
   void add(std::string_view operation, const MultitouchDevice& device);

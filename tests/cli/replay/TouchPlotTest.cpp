@@ -1,5 +1,5 @@
-#include "cli/replay/Svg.h"
-#include "cli/replay/TouchPlot.h"
+#include "cli/replay/plot/Svg.h"
+#include "cli/replay/plot/TouchPlot.h"
 #include "tests/cli/support/Command.h"
 #include "tests/support/Files.h"
 
@@ -47,7 +47,7 @@ std::string drawn(const std::vector<Observation>& observations) {
   cli::TouchPlot plot;
   platform::QueueTime time = 1s;
   for (const Observation& observation : observations) plot.observe(time += 10ms, observation);
-  return plot.draw("a title");
+  return drawTouchPlot(plot, "a title");
 }
 
 TEST(Svg, EscapesText) {
@@ -56,6 +56,18 @@ TEST(Svg, EscapesText) {
   EXPECT_NE(svg.finish().find(R"(<text x="1.0" y="2.0" fill="red">a&lt;b&gt;&amp;"c" </text>)"),
             std::string::npos)
       << svg.finish();
+}
+
+TEST(TouchPlot, ArrowShowsWhichWayAFingerLeft) {
+  const std::string picture = drawn({cli::ModeChanged{"cursor"}, fingers({{1, 0.5F, 0.5F, 3}}),
+                                     fingers({{1, 0.6F, 0.5F, 4}}), fingers({})});
+  // Its tip is where the finger was last, to the right.
+  EXPECT_EQ(count(picture, R"(<polygon points="256.0,290.0 245.0,295.0 245.0,285.0")"), 1U)
+      << picture;
+}
+
+TEST(TouchPlot, SaysThatThereAreNoScreens) {
+  EXPECT_EQ(count(drawn({cli::ScreensChanged{}, fingers({})}), "no screens"), 1U);
 }
 
 TEST(Svg, DrawsNoLineOfOnePoint) {
@@ -77,8 +89,8 @@ TEST(TouchPlot, IsEmptyWithoutTouchesAndClicks) {
 TEST(TouchPlot, PathsHaveTheColourOfTheGesture) {
   const std::string picture = drawn({fingers({{1, 0.9F, 0.5F, 3}}), fingers({{1, 0.8F, 0.5F, 4}}),
                                      cli::ModeChanged{"undecided"}, fingers({{1, 0.7F, 0.5F, 4}})});
-  EXPECT_EQ(count(picture, R"(stroke="#E69F00" stroke-width="2.5")"), 1U);
-  EXPECT_EQ(count(picture, R"(stroke="#0072B2" stroke-width="2.5")"), 0U);
+  EXPECT_EQ(count(picture, R"(linecap="round" stroke="#E69F00" stroke-width="2"/>)"), 1U);
+  EXPECT_EQ(count(picture, R"(linecap="round" stroke="#0072B2" stroke-width="2"/>)"), 0U);
 }
 
 TEST(TouchPlot, FrameThatChangesTheGestureIsDrawnInTheNewOne) {
@@ -86,8 +98,8 @@ TEST(TouchPlot, FrameThatChangesTheGestureIsDrawnInTheNewOne) {
   plot.observe(1s, fingers({{1, 0.5F, 0.5F, 3}}));
   plot.observe(1s, cli::ModeChanged{"cursor"});
   plot.observe(2s, fingers({{1, 0.6F, 0.5F, 4}}));
-  const std::string picture = plot.draw("a title");
-  EXPECT_EQ(count(picture, R"(stroke="#0072B2" stroke-width="2.5")"), 1U);
+  const std::string picture = drawTouchPlot(plot, "a title");
+  EXPECT_EQ(count(picture, R"(linecap="round" stroke="#0072B2" stroke-width="2"/>)"), 1U);
   // The ring where it landed.
   EXPECT_EQ(count(picture, R"(r="6.0" fill="none" stroke="#0072B2")"), 1U);
 }
@@ -96,7 +108,7 @@ TEST(TouchPlot, FingersAreDrawnOneByOne) {
   const std::string picture =
       drawn({cli::ModeChanged{"twoFingerScroll"}, fingers({{1, 0.3F, 0.5F, 3}, {2, 0.6F, 0.5F, 3}}),
              fingers({{1, 0.3F, 0.6F, 4}, {2, 0.6F, 0.6F, 4}}), fingers({{2, 0.6F, 0.7F, 4}})});
-  EXPECT_EQ(count(picture, R"(stroke="#CC79A7" stroke-width="2.5")"), 2U);
+  EXPECT_EQ(count(picture, R"(linecap="round" stroke="#CC79A7" stroke-width="2"/>)"), 2U);
 }
 
 TEST(TouchPlot, MovesAndDragsAreTwoLines) {
@@ -173,6 +185,14 @@ TEST(PlotOption, DrawsThePictureOfTheDocuments) {
   EXPECT_EQ(result.output, "");
   EXPECT_EQ(readText(file), readText(source / "docs/touch.svg"))
       << "draw docs/touch.svg anew with `tessline replay --plot`";
+}
+
+TEST(PlotOption, WritesToStandardOutputForADash) {
+  const CommandResult result = runCommand(
+      {"replay", (source / "tests/recordings/touch-drag-lock-on-title-bar.jsonl").native(),
+       "--plot", "-"});
+  EXPECT_EQ(result.exitCode, 0) << result.errors;
+  EXPECT_EQ(result.output, readText(source / "docs/touch.svg"));
 }
 
 TEST(PlotOption, GoesTogetherWithCheck) {

@@ -1,4 +1,4 @@
-#include "cli/replay/Svg.h"
+#include "cli/replay/plot/Svg.h"
 
 #include <iterator>
 
@@ -59,12 +59,22 @@ void Svg::line(Point from, Point to, std::string_view style) {
 void Svg::polyline(std::span<const Point> points, std::string_view style) {
   if (points.size() < 2) return;
   text_ += "<polyline points=\"";
+  appendPoints(points);
+  fmt::format_to(std::back_inserter(text_),
+                 " fill=\"none\" stroke-linejoin=\"round\" stroke-linecap=\"round\" {}/>\n", style);
+}
+
+void Svg::polygon(std::span<const Point> corners, std::string_view style) {
+  text_ += "<polygon points=\"";
+  appendPoints(corners);
+  fmt::format_to(std::back_inserter(text_), " {}/>\n", style);
+}
+
+void Svg::appendPoints(std::span<const Point> points) {
   for (const Point& point : points) {
     fmt::format_to(std::back_inserter(text_), "{:.1f},{:.1f} ", point.x, point.y);
   }
   text_.back() = '"';
-  fmt::format_to(std::back_inserter(text_),
-                 " fill=\"none\" stroke-linejoin=\"round\" stroke-linecap=\"round\" {}/>\n", style);
 }
 
 void Svg::text(Point position, std::string_view text, std::string_view style) {

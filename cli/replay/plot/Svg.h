@@ -21,6 +21,7 @@ class Svg {
   void line(Point from, Point to, std::string_view style);
   /// Nothing for fewer than two points.
   void polyline(std::span<const Point> points, std::string_view style);
+  void polygon(std::span<const Point> corners, std::string_view style);
   /// `position` is the left end of the base line, or what `style` makes of it.
   void text(Point position, std::string_view text, std::string_view style);
 
@@ -32,6 +33,8 @@ class Svg {
   std::string finish() const;
 
  private:
+  void appendPoints(std::span<const Point> points);
+
   std::string text_;
   int clipCount_ = 0;
 };

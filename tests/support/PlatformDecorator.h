@@ -1,0 +1,42 @@
+/// @file
+/// A platform that gives out another one's facilities; tests replace those that they need to.
+#pragma once
+
+#include "tessline/platform/Platform.h"
+
+#include <memory>
+#include <string_view>
+#include <utility>
+
+namespace tessline::test {
+
+class PlatformDecorator : public platform::Platform {
+ public:
+  explicit PlatformDecorator(std::shared_ptr<platform::Platform> inner)
+      : inner_(std::move(inner)) {}
+
+  std::shared_ptr<platform::SerialQueue> makeSerialQueue(std::string_view label) override {
+    return inner_->makeSerialQueue(label);
+  }
+  std::shared_ptr<platform::MainRunLoop> mainRunLoop() override { return inner_->mainRunLoop(); }
+  std::shared_ptr<platform::LogSink> logSink() override { return inner_->logSink(); }
+  std::shared_ptr<platform::HIDManager> makeHIDManager() override {
+    return inner_->makeHIDManager();
+  }
+  std::shared_ptr<platform::MultitouchLibrary> openMultitouchLibrary(
+      std::string_view path) override {
+    return inner_->openMultitouchLibrary(path);
+  }
+  std::shared_ptr<platform::Accessibility> accessibility() override {
+    return inner_->accessibility();
+  }
+  std::shared_ptr<platform::Screens> screens() override { return inner_->screens(); }
+  std::shared_ptr<platform::PointerEvents> pointerEvents() override {
+    return inner_->pointerEvents();
+  }
+
+ private:
+  const std::shared_ptr<platform::Platform> inner_;
+};
+
+}  // namespace tessline::test
