@@ -4,6 +4,7 @@
 
 #include <mutex>
 
+/// One of clang's thread-safety attributes; nothing for other compilers.
 #if defined(__clang__)
 #define TESSLINE_THREAD_ANNOTATION(annotation) __attribute__((annotation))
 #else

@@ -150,6 +150,20 @@ TEST_F(MultitouchServiceTest, MissingSensorDimensionsLeaveTheSurfaceToTell) {
              "MTRegisterContactFrameCallbackWithRefcon 2", "MTDeviceStart 2 0 0", startedOne}));
 }
 
+TEST_F(MultitouchServiceTest, SurfaceThatTellsNoDimensionsIsNotTakenForTheOneBeforeIt) {
+  host->multitouch().connect(remoteSurface);
+  SimulatedSurface silent = remoteSurface;
+  silent.tellsDimensions = false;
+  host->multitouch().connect(silent);
+  host->calls().clear();
+  service->start();
+  std::size_t started = 0;
+  for (const auto& call : host->calls().calls()) {
+    if (call.operation == "MTDeviceStart") ++started;
+  }
+  EXPECT_EQ(started, 1U);
+}
+
 TEST_F(MultitouchServiceTest, ProcessThatIsNotTrustedDoesNotStart) {
   host->desktop().setTrusted(false);
   connect();

@@ -108,6 +108,7 @@ DeviceDimensionsFunction SimulatedMultitouch::dimensions(std::string name,
   return [this, name = std::move(name), first, second](MultitouchDevice& device, std::int32_t& one,
                                                        std::int32_t& two) {
     add(name, device);
+    if (!simulated(device).surface.tellsDimensions) return -1;
     one = simulated(device).surface.*first;
     two = simulated(device).surface.*second;
     return 0;

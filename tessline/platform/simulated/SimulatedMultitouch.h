@@ -20,22 +20,23 @@ namespace tessline::platform::simulated {
 
 /// What a touch surface says of itself.
 struct SimulatedSurface {
-  bool isBuiltIn = false;
-  std::int32_t sensorRows = 0;
-  std::int32_t sensorColumns = 0;
+  bool isBuiltIn = false;          ///< Whether it belongs to the computer.
+  std::int32_t sensorRows = 0;     ///< How many rows of sensors it has.
+  std::int32_t sensorColumns = 0;  ///< How many columns of sensors it has.
   std::int32_t surfaceWidth = 0;   ///< In hundredths of a millimetre.
   std::int32_t surfaceHeight = 0;  ///< In hundredths of a millimetre.
   std::int32_t startStatus = 0;    ///< What starting it returns.
+  bool tellsDimensions = true;     ///< If not, asking for dimensions fails and fills nothing.
 };
 
 /// One contact of a frame.
 struct SimulatedContact {
-  std::int32_t identifier = 0;
-  std::int32_t state = 0;
-  float x = 0;
-  float y = 0;
-  float velocityX = 0;
-  float velocityY = 0;
+  std::int32_t identifier = 0;  ///< Which contact.
+  std::int32_t state = 0;       ///< 3 began, 4 moved, 5 ended, or any other.
+  float x = 0;                  ///< 0 to 1, to the right.
+  float y = 0;                  ///< 0 to 1, upwards.
+  float velocityX = 0;          ///< Surfaces a second, to the right.
+  float velocityY = 0;          ///< Surfaces a second, upwards.
 
   bool operator==(const SimulatedContact&) const = default;
 };
