@@ -89,8 +89,8 @@ class ClickpadPainter {
     }
     for (auto& [identifier, stretch] : down) lift(stretch);
     // What was undecided is short and would be covered by what came of it.
-    std::ranges::stable_partition(finished,
-                                  [](const Stretch& each) { return each.mode != "undecided"; });
+    std::stable_partition(finished.begin(), finished.end(),
+                          [](const Stretch& each) { return each.mode != "undecided"; });
     for (const Stretch& stretch : finished) {
       svg_.polyline(stretch.points, stroke(modeColour(stretch.mode), 2));
     }
