@@ -8,6 +8,7 @@
 namespace tessline::cli {
 
 void addDecodeCommand(CLI::App& application);
+void addListenCommand(CLI::App& application);
 void addReplayCommand(CLI::App& application);
 void addSimulateCommand(CLI::App& application);
 void addStatusCommand(CLI::App& application);

@@ -44,14 +44,7 @@ void create(Replay& replay, const json& members) {
   };
   hid.service->onTransportEvents = [&replay](const std::vector<TesslineEvent>& events) {
     replay.observe(HIDEvents{events});
-    // As an application does: whatever transport a button came by, it moves the pointer's button.
-    const auto controller = replay.touch().controller;
-    if (!controller) return;
-    for (const TesslineEvent& event : events) {
-      if (const auto* const button = std::get_if<RemoteButtonEvent>(&event)) {
-        controller->handleButton(button->command, button->phase);
-      }
-    }
+    passButtons(replay, events);
   };
   replay.observe(HIDServiceCreated{});
 }

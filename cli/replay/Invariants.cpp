@@ -115,12 +115,17 @@ class NoCallbackAfterRelease : public Invariant {
     if (std::holds_alternative<HIDServiceReleased>(observation)) isHIDGone_ = true;
     if (std::holds_alternative<TouchCreated>(observation)) isTouchGone_ = false;
     if (std::holds_alternative<TouchReleased>(observation)) isTouchGone_ = true;
+    if (std::holds_alternative<CaptureCreated>(observation)) isCaptureGone_ = false;
+    if (std::holds_alternative<CaptureReleased>(observation)) isCaptureGone_ = true;
     const bool isOfHID = std::holds_alternative<ConnectedRemoteHIDSnapshot>(observation) ||
                          std::holds_alternative<HIDRawPayload>(observation) ||
                          std::holds_alternative<HIDEvents>(observation);
     const bool isOfTouch = std::holds_alternative<TouchPoints>(observation) ||
                            std::holds_alternative<ChargePhase>(observation);
-    if ((isOfHID && isHIDGone_) || (isOfTouch && isTouchGone_)) {
+    const bool isOfCapture = std::holds_alternative<PacketLoggerCaptureSnapshot>(observation) ||
+                             std::holds_alternative<CaptureRawPayload>(observation) ||
+                             std::holds_alternative<CaptureEvents>(observation);
+    if ((isOfHID && isHIDGone_) || (isOfTouch && isTouchGone_) || (isOfCapture && isCaptureGone_)) {
       violations.push_back({time, "a service that is gone called back"});
     }
   }
@@ -128,6 +133,7 @@ class NoCallbackAfterRelease : public Invariant {
  private:
   bool isHIDGone_ = false;
   bool isTouchGone_ = false;
+  bool isCaptureGone_ = false;
 };
 
 class ListeningMeansOpen : public Invariant {

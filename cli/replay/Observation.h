@@ -2,6 +2,7 @@
 /// What can be seen of a replay, for output and for checks.
 #pragma once
 
+#include "tessline/capture/PacketLoggerCaptureSnapshot.h"
 #include "tessline/events/TesslineEvent.h"
 #include "tessline/hid/ConnectedRemoteHIDSnapshot.h"
 #include "tessline/model/Geometry.h"
@@ -68,10 +69,25 @@ struct WindowPlaced {
       false;  ///< Because the recording says so, and not because of what was replayed.
 };
 
+/// The application made its capture service.
+struct CaptureCreated {};
+/// The application let go of it, and it is gone.
+struct CaptureReleased {};
+/// `onRawPayload` of the capture was called.
+struct CaptureRawPayload {
+  std::vector<std::uint8_t> bytes;
+};
+/// `onTransportEvents` of the capture was called.
+struct CaptureEvents {
+  std::vector<TesslineEvent> events;
+};
+
 /// One thing that happened. Snapshots and calls stand for themselves.
-using Observation = std::variant<HIDServiceCreated, HIDServiceReleased, ConnectedRemoteHIDSnapshot,
-                                 HIDRawPayload, HIDEvents, TouchCreated, TouchReleased,
-                                 ButtonsReset, TouchPoints, ModeChanged, DragChanged, ChargePhase,
-                                 ScreensChanged, WindowPlaced, platform::simulated::PlatformCall>;
+using Observation =
+    std::variant<HIDServiceCreated, HIDServiceReleased, ConnectedRemoteHIDSnapshot, HIDRawPayload,
+                 HIDEvents, TouchCreated, TouchReleased, ButtonsReset, TouchPoints, ModeChanged,
+                 DragChanged, ChargePhase, ScreensChanged, WindowPlaced, CaptureCreated,
+                 CaptureReleased, PacketLoggerCaptureSnapshot, CaptureRawPayload, CaptureEvents,
+                 platform::simulated::PlatformCall>;
 
 }  // namespace tessline::cli

@@ -3,8 +3,12 @@
 #include "cli/EventJson.h"
 #include "cli/replay/Recording.h"
 
+#include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <variant>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
@@ -43,18 +47,30 @@ class Writer {
                                   {"devices", std::move(devices)}}));
   }
 
-  void operator()(const HIDRawPayload& payload) const {
-    std::string text = R"(,"bytes":")";
-    appendHex(payload.bytes, text);
-    line("hid.rawPayload", text + '"');
-  }
+  void operator()(const HIDRawPayload& payload) const { bytes("hid.rawPayload", payload.bytes); }
+  void operator()(const HIDEvents& batch) const { events("hid.event", batch.events); }
 
-  void operator()(const HIDEvents& batch) const {
-    for (const TesslineEvent& event : batch.events) {
-      std::string text = ",";
-      appendEventMembers(event, text);
-      line("hid.event", text);
-    }
+  void operator()(const CaptureCreated&) const {}
+  void operator()(const CaptureReleased&) const {}
+  void operator()(const CaptureRawPayload& payload) const {
+    bytes("capture.rawPayload", payload.bytes);
+  }
+  void operator()(const CaptureEvents& batch) const { events("capture.event", batch.events); }
+
+  void operator()(const PacketLoggerCaptureSnapshot& snapshot) const {
+    const auto optional = [](const std::optional<std::string>& text) {
+      return text ? ordered_json(*text) : ordered_json();
+    };
+    line("capture.snapshot",
+         members({{"status", snapshot.status},
+                  {"isCapturing", snapshot.isCapturing},
+                  {"remoteAddress", optional(snapshot.remoteAddress)},
+                  {"packetLoggerPath", optional(snapshot.packetLoggerPath)},
+                  {"parsedPacketCount", snapshot.parsedPacketCount},
+                  {"acceptedPacketCount", snapshot.acceptedPacketCount},
+                  {"acceptedVoiceLikePacketCount", snapshot.acceptedVoiceLikePacketCount},
+                  {"emittedEventCount", snapshot.emittedEventCount},
+                  {"lastAcceptedPayloadPreview", optional(snapshot.lastAcceptedPayloadPreview)}}));
   }
 
   void operator()(const TouchCreated&) const {}
@@ -105,6 +121,20 @@ class Writer {
   }
 
  private:
+  void bytes(std::string_view kind, const std::vector<std::uint8_t>& payload) const {
+    std::string text = R"(,"bytes":")";
+    appendHex(payload, text);
+    line(kind, text + '"');
+  }
+
+  void events(std::string_view kind, const std::vector<TesslineEvent>& batch) const {
+    for (const TesslineEvent& event : batch) {
+      std::string text = ",";
+      appendEventMembers(event, text);
+      line(kind, text);
+    }
+  }
+
   void line(std::string_view kind, std::string_view rest) const {
     output_.print("{{\"time\":{},\"output\":\"{}\"{}}}\n", time_, kind, rest);
   }

@@ -135,7 +135,8 @@ void check(const RecordType& type, const json& members) {
 std::span<const RecordType> recordTypes() {
   static const std::vector<RecordType> all = [] {
     std::vector<RecordType> types;
-    for (const auto& each : {hidRecordTypes(), touchRecordTypes(), desktopRecordTypes()}) {
+    for (const auto& each :
+         {hidRecordTypes(), touchRecordTypes(), desktopRecordTypes(), captureRecordTypes()}) {
       types.insert(types.end(), each.begin(), each.end());
     }
     return types;
@@ -151,6 +152,7 @@ Replay::~Replay() {
   // What ends with the replay is no part of the recording.
   observer_ = [](platform::QueueTime, const Observation&) {};
   hid_.service.reset();
+  capture_.service.reset();
   touch_.service.reset();
   touch_.controller.reset();
   host_->calls().onCall = nullptr;
@@ -241,6 +243,21 @@ SiriRemoteGestureController& Replay::Touch::requireController() const {
     throw RecordingError("there is no gesture controller; expected touch.create before");
   }
   return *controller;
+}
+
+PacketLoggerCaptureService& Replay::Capture::requireService() const {
+  if (!service) throw RecordingError("there is no capture service; expected capture.create before");
+  return *service;
+}
+
+void passButtons(Replay& replay, const std::vector<TesslineEvent>& events) {
+  const auto controller = replay.touch().controller;
+  if (!controller) return;
+  for (const TesslineEvent& event : events) {
+    if (const auto* const button = std::get_if<RemoteButtonEvent>(&event)) {
+      controller->handleButton(button->command, button->phase);
+    }
+  }
 }
 
 std::vector<std::uint8_t> memberBytes(const json& value) {

@@ -4,6 +4,7 @@
 
 #include "cli/replay/Observation.h"
 #include "cli/replay/Recording.h"
+#include "tessline/capture/PacketLoggerCaptureService.h"
 #include "tessline/hid/ConnectedRemoteHIDService.h"
 #include "tessline/platform/simulated/SimulatedHost.h"
 #include "tessline/touch/SiriRemoteGestureController.h"
@@ -61,6 +62,8 @@ std::span<const RecordType> hidRecordTypes();
 std::span<const RecordType> touchRecordTypes();
 /// The types whose names begin with "desktop.".
 std::span<const RecordType> desktopRecordTypes();
+/// The types whose names begin with "capture.".
+std::span<const RecordType> captureRecordTypes();
 
 /// Services on a simulated host, moved by records. Deterministic: the same records are followed by
 /// the same observations.
@@ -105,7 +108,16 @@ class Replay {
     SiriRemoteGestureController& requireController() const;
   };
 
+  /// The state that records of captures work on.
+  struct Capture {
+    std::shared_ptr<PacketLoggerCaptureService> service;
+
+    /// The service. Throws RecordingError if there is none.
+    PacketLoggerCaptureService& requireService() const;
+  };
+
   HID& hid() { return hid_; }
+  Capture& capture() { return capture_; }
   Touch& touch() { return touch_; }
   const std::shared_ptr<platform::simulated::SimulatedHost>& host() { return host_; }
   void observe(const Observation& observation) { observer_(host_->scheduler().now(), observation); }
@@ -126,6 +138,7 @@ class Replay {
       platform::simulated::SimulatedHost::create();
   HID hid_;
   Touch touch_;
+  Capture capture_;
   // What was observed last.
   std::size_t mode_ = GestureMode(NoGesture()).index();
   bool isDragging_ = false;
@@ -135,6 +148,9 @@ class Replay {
 
 /// The bytes of a member that holds them; it has been checked before.
 std::vector<std::uint8_t> memberBytes(const nlohmann::json& value);
+/// Gives the button events of a transport to the gesture controller, if there is one, as an
+/// application does.
+void passButtons(Replay& replay, const std::vector<TesslineEvent>& events);
 /// The number of a member that must be one of 32 bits. Throws RecordingError.
 std::int32_t memberInt32(const nlohmann::json& value, std::string_view what);
 /// The number of a member that measures something: at most a thousand million either way, so that

@@ -14,4 +14,11 @@ std::int32_t truncatedToInt32(double value) {
   std::abort();
 }
 
+std::int64_t checkedSum(std::int64_t left, std::int64_t right) {
+  std::int64_t sum = 0;
+  if (!__builtin_add_overflow(left, right, &sum)) return sum;
+  std::fputs("tessline: a counter does not fit 64 bits\n", stderr);
+  std::abort();
+}
+
 }  // namespace tessline

@@ -3,7 +3,10 @@
 #pragma once
 
 #include "tessline/platform/Accessibility.h"
+#include "tessline/platform/ChildProcess.h"
+#include "tessline/platform/FileManager.h"
 #include "tessline/platform/HIDManager.h"
+#include "tessline/platform/HostEnvironment.h"
 #include "tessline/platform/LogSink.h"
 #include "tessline/platform/MainRunLoop.h"
 #include "tessline/platform/MultitouchLibrary.h"
@@ -46,6 +49,15 @@ class Platform {
 
   /// What posts events. Never null: a host without a pointer posts nothing.
   virtual std::shared_ptr<PointerEvents> pointerEvents() = 0;
+
+  /// What starts programs. Never null.
+  virtual std::shared_ptr<ChildProcesses> childProcesses() = 0;
+
+  /// The files. Never null.
+  virtual std::shared_ptr<FileManager> fileManager() = 0;
+
+  /// What surrounds this process. Never null.
+  virtual std::shared_ptr<HostEnvironment> environment() = 0;
 };
 
 /// The platform of the host that this library was built for; always the same object.

@@ -26,7 +26,7 @@ void SiriRemoteGestureController::Deadline::cancel() {
 }
 
 std::shared_ptr<SiriRemoteGestureController> SiriRemoteGestureController::create(
-    std::shared_ptr<platform::Platform> platform, const GestureSettings& settings) {
+    const std::shared_ptr<platform::Platform>& platform, const GestureSettings& settings) {
   return std::shared_ptr<SiriRemoteGestureController>(
       new SiriRemoteGestureController(platform, settings));
 }

@@ -35,7 +35,7 @@ class SiriRemoteGestureController
  public:
   /// A controller without a gesture and with the button up.
   static std::shared_ptr<SiriRemoteGestureController> create(
-      std::shared_ptr<platform::Platform> platform = platform::hostPlatform(),
+      const std::shared_ptr<platform::Platform>& platform = platform::hostPlatform(),
       const GestureSettings& settings = {});
 
   SiriRemoteGestureController(const SiriRemoteGestureController&) = delete;

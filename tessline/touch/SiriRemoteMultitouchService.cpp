@@ -64,7 +64,7 @@ double wide(float number) {
 }  // namespace
 
 std::shared_ptr<SiriRemoteMultitouchService> SiriRemoteMultitouchService::create(
-    std::shared_ptr<platform::Platform> platform) {
+    const std::shared_ptr<platform::Platform>& platform) {
   return std::shared_ptr<SiriRemoteMultitouchService>(new SiriRemoteMultitouchService(platform));
 }
 

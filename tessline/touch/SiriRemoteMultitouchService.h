@@ -28,7 +28,7 @@ class SiriRemoteMultitouchService
  public:
   /// A service that listens to nothing yet, with the system's multitouch library open.
   static std::shared_ptr<SiriRemoteMultitouchService> create(
-      std::shared_ptr<platform::Platform> platform = platform::hostPlatform());
+      const std::shared_ptr<platform::Platform>& platform = platform::hostPlatform());
 
   SiriRemoteMultitouchService(const SiriRemoteMultitouchService&) = delete;
   SiriRemoteMultitouchService& operator=(const SiriRemoteMultitouchService&) = delete;

@@ -36,7 +36,7 @@ const std::vector<FolderRule>& folderRules() {
       {"hid", {"events", "model", "platform", "text"}},
       {"bluetooth", {"events", "model", "platform", "text"}},
       {"touch", {"events", "model", "platform"}, OutsideHeaders::standardLibraryAndFmt},
-      {"capture", {"events", "model", "packetlog", "platform"}},
+      {"capture", {"events", "model", "packetlog", "platform", "text"}},
       {"platform", {"model"}},
       {"platform/posix", {"model", "platform"}, OutsideHeaders::any},
       {"platform/linux", {"model", "platform", "platform/posix"}, OutsideHeaders::any},

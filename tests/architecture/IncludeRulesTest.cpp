@@ -54,6 +54,7 @@ constexpr std::pair<std::string_view, std::string_view> allowedArrows[] = {
     {"touch", "model"},
     {"touch", "events"},
     {"touch", "platform"},
+    {"capture", "text"},
     {"capture", "model"},
     {"capture", "events"},
     {"capture", "platform"},

@@ -34,6 +34,13 @@ class PlatformDecorator : public platform::Platform {
   std::shared_ptr<platform::PointerEvents> pointerEvents() override {
     return inner_->pointerEvents();
   }
+  std::shared_ptr<platform::ChildProcesses> childProcesses() override {
+    return inner_->childProcesses();
+  }
+  std::shared_ptr<platform::FileManager> fileManager() override { return inner_->fileManager(); }
+  std::shared_ptr<platform::HostEnvironment> environment() override {
+    return inner_->environment();
+  }
 
  private:
   const std::shared_ptr<platform::Platform> inner_;

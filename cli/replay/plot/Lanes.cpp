@@ -1,6 +1,7 @@
 #include "cli/replay/plot/TouchPlotParts.h"
 
 #include <cmath>
+#include <cstdint>
 #include <utility>
 
 namespace tessline::cli::touchPlot {
@@ -137,8 +138,10 @@ class LanesPainter {
       if (length / step > mostTicks) step *= factor;
     }
     svg_.line({laneLeft, axisTop()}, {laneRight, axisTop()}, R"(stroke="#80868B")");
-    for (double time = std::ceil(start_ / step) * step; time <= plot_.end() + step / 1000;
-         time += step) {
+    const auto first = static_cast<std::int64_t>(std::ceil(start_ / step));
+    const auto last = static_cast<std::int64_t>(std::floor(plot_.end() / step + 0.001));
+    for (std::int64_t tick = first; tick <= last; ++tick) {
+      const double time = static_cast<double>(tick) * step;
       const double x = laneX(time);
       svg_.line({x, axisTop()}, {x, axisTop() + 5}, R"(stroke="#80868B")");
       svg_.text({x, axisTop() + 18}, fmt::format("{:.4g} s", time),

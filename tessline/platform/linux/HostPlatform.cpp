@@ -1,5 +1,8 @@
 #include "tessline/platform/Platform.h"
+#include "tessline/platform/linux/LinuxEnvironment.h"
 #include "tessline/platform/linux/StrandQueue.h"
+#include "tessline/platform/posix/PosixChildProcess.h"
+#include "tessline/platform/posix/PosixFileManager.h"
 
 #include <atomic>
 #include <cstdint>
@@ -94,6 +97,9 @@ class LinuxPlatform : public Platform {
   std::shared_ptr<Accessibility> accessibility() override { return accessibility_; }
   std::shared_ptr<Screens> screens() override { return screens_; }
   std::shared_ptr<PointerEvents> pointerEvents() override { return pointerEvents_; }
+  std::shared_ptr<ChildProcesses> childProcesses() override { return childProcesses_; }
+  std::shared_ptr<FileManager> fileManager() override { return fileManager_; }
+  std::shared_ptr<HostEnvironment> environment() override { return environment_; }
 
  private:
   const std::shared_ptr<MainRunLoop> mainRunLoop_ = std::make_shared<ContextRunLoop>();
@@ -101,6 +107,9 @@ class LinuxPlatform : public Platform {
   const std::shared_ptr<Accessibility> accessibility_ = std::make_shared<NoAccessibility>();
   const std::shared_ptr<Screens> screens_ = std::make_shared<NoScreens>();
   const std::shared_ptr<PointerEvents> pointerEvents_ = std::make_shared<NoPointerEvents>();
+  const std::shared_ptr<ChildProcesses> childProcesses_ = makePosixChildProcesses();
+  const std::shared_ptr<FileManager> fileManager_ = makePosixFileManager();
+  const std::shared_ptr<HostEnvironment> environment_ = makeLinuxEnvironment();
 };
 
 }  // namespace

@@ -47,11 +47,15 @@ SimulatedHost::SimulatedHost()
       logSink_(std::make_shared<RecordedLogSink>(calls_)),
       hid_(std::make_shared<SimulatedHIDBus>(mainRunLoop_, calls_)),
       multitouch_(std::make_shared<SimulatedMultitouch>(calls_)),
-      desktop_(std::make_shared<SimulatedDesktop>(calls_)) {}
+      desktop_(std::make_shared<SimulatedDesktop>(calls_)),
+      processes_(std::make_shared<SimulatedProcesses>(calls_)),
+      files_(std::make_shared<SimulatedFileManager>(calls_)) {}
 
-// Waiting work may hold facilities that hold the scheduler that holds the work.
+// Waiting work may hold facilities that hold the scheduler that holds the work, and running programs
+// hold what keeps them running.
 SimulatedHost::~SimulatedHost() {
   scheduler_->discardAll();
+  processes_->forgetAll();
 }
 
 // The facilities of the desktop keep all of it alive.

@@ -5,8 +5,10 @@
 #include "tessline/platform/Platform.h"
 #include "tessline/platform/simulated/CallLog.h"
 #include "tessline/platform/simulated/SimulatedDesktop.h"
+#include "tessline/platform/simulated/SimulatedFiles.h"
 #include "tessline/platform/simulated/SimulatedHIDBus.h"
 #include "tessline/platform/simulated/SimulatedMultitouch.h"
+#include "tessline/platform/simulated/SimulatedProcesses.h"
 #include "tessline/platform/simulated/VirtualScheduler.h"
 
 #include <memory>
@@ -39,6 +41,9 @@ class SimulatedHost : public Platform {
   std::shared_ptr<Accessibility> accessibility() override;
   std::shared_ptr<Screens> screens() override;
   std::shared_ptr<PointerEvents> pointerEvents() override;
+  std::shared_ptr<ChildProcesses> childProcesses() override { return processes_; }
+  std::shared_ptr<FileManager> fileManager() override { return files_; }
+  std::shared_ptr<HostEnvironment> environment() override { return environment_; }
 
   /// Moves the clock, running what falls due.
   void advance(QueueTime duration) { scheduler_->advance(duration); }
@@ -53,6 +58,12 @@ class SimulatedHost : public Platform {
   SimulatedMultitouch& multitouch() { return *multitouch_; }
   /// The screens, the pointer and the windows.
   SimulatedDesktop& desktop() { return *desktop_; }
+  /// The programs.
+  SimulatedProcesses& processes() { return *processes_; }
+  /// The files.
+  SimulatedFileManager& files() { return *files_; }
+  /// What surrounds the process.
+  SimulatedEnvironment& surroundings() { return *environment_; }
   /// The calls that services made. Log lines are the calls "log".
   CallLog& calls() { return *calls_; }
 
@@ -66,6 +77,9 @@ class SimulatedHost : public Platform {
   std::shared_ptr<SimulatedHIDBus> hid_;
   std::shared_ptr<SimulatedMultitouch> multitouch_;
   std::shared_ptr<SimulatedDesktop> desktop_;
+  std::shared_ptr<SimulatedProcesses> processes_;
+  std::shared_ptr<SimulatedFileManager> files_;
+  std::shared_ptr<SimulatedEnvironment> environment_ = std::make_shared<SimulatedEnvironment>();
 };
 
 }  // namespace tessline::platform::simulated

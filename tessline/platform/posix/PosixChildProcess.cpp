@@ -1,0 +1,262 @@
+#include "tessline/platform/posix/PosixChildProcess.h"
+
+#include "tessline/platform/posix/IoThread.h"
+#include "tessline/platform/posix/PosixPipe.h"
+
+#include <array>
+#include <cerrno>
+#include <condition_variable>
+#include <csignal>
+#include <mutex>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <asio/post.hpp>
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern char** environ;
+
+namespace tessline::platform {
+
+namespace {
+
+// What cannot be known, because the process has others collect its children.
+constexpr std::int32_t unknownStatus = -1;
+constexpr int firstInheritedNever = 3;
+
+// What a child's stream becomes; throws.
+class SpawnActions {
+ public:
+  SpawnActions() { ::posix_spawn_file_actions_init(&actions_); }
+  SpawnActions(const SpawnActions&) = delete;
+  SpawnActions& operator=(const SpawnActions&) = delete;
+  ~SpawnActions() { ::posix_spawn_file_actions_destroy(&actions_); }
+
+  void open(int stream, const char* path) {
+    ::posix_spawn_file_actions_addopen(&actions_, stream, path, O_RDONLY, 0);
+  }
+  void connect(int stream, const std::shared_ptr<Pipe>& pipe) {
+    if (pipe) {
+      ::posix_spawn_file_actions_adddup2(&actions_,
+                                         static_cast<const PosixPipe&>(*pipe).writingEnd(), stream);
+    }
+  }
+  // Whatever else is open here, by whomever.
+  void closeTheRest() {
+#ifndef __APPLE__
+    ::posix_spawn_file_actions_addclosefrom_np(&actions_, firstInheritedNever);
+#endif
+  }
+  const posix_spawn_file_actions_t* get() const {
+    return &actions_;
+  }
+
+ private:
+  posix_spawn_file_actions_t actions_{};
+};
+
+// Every signal as a fresh process has it: what this one ignores or holds back is its own business.
+class SpawnAttributes {
+ public:
+  SpawnAttributes() {
+    ::posix_spawnattr_init(&attributes_);
+    sigset_t all;
+    sigfillset(&all);
+    ::posix_spawnattr_setsigdefault(&attributes_, &all);
+    sigset_t none;
+    sigemptyset(&none);
+    ::posix_spawnattr_setsigmask(&attributes_, &none);
+    short flags = POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK;
+#ifdef __APPLE__
+    flags |= POSIX_SPAWN_CLOEXEC_DEFAULT;
+#endif
+    ::posix_spawnattr_setflags(&attributes_, flags);
+  }
+  SpawnAttributes(const SpawnAttributes&) = delete;
+  SpawnAttributes& operator=(const SpawnAttributes&) = delete;
+  ~SpawnAttributes() {
+    ::posix_spawnattr_destroy(&attributes_);
+  }
+
+  const posix_spawnattr_t* get() const {
+    return &attributes_;
+  }
+
+ private:
+  posix_spawnattr_t attributes_{};
+};
+
+// What outlives the process object while the program runs.
+class RunningChild : public std::enable_shared_from_this<RunningChild> {
+ public:
+  explicit RunningChild(ProcessDescription description) : description_(std::move(description)) {}
+
+  void setTerminationHandler(TerminationHandler handler) {
+    const std::lock_guard lock(mutex_);
+    std::swap(handler_, handler);
+  }
+
+  // Nobody is called back, and pipes that nobody else holds close, so that a program which goes on
+  // writing learns of it.
+  void letGo() {
+    setTerminationHandler(nullptr);
+    takePipes();
+  }
+
+  void launch() {
+    SpawnActions actions;
+    actions.open(STDIN_FILENO, "/dev/null");
+    actions.connect(STDOUT_FILENO, description_.standardOutput);
+    actions.connect(STDERR_FILENO, description_.standardError);
+    actions.closeTheRest();
+    std::vector<char*> arguments = {description_.executable.data()};
+    for (std::string& argument : description_.arguments) arguments.push_back(argument.data());
+    arguments.push_back(nullptr);
+    const int error = ::posix_spawn(&pid_, description_.executable.c_str(), actions.get(),
+                                    SpawnAttributes().get(), arguments.data(), environ);
+    closeWritingEnds();
+    if (error != 0) throwPosixError(error, description_.executable);
+    {
+      const std::lock_guard lock(mutex_);
+      isRunning_ = true;
+    }
+    startWaiting();
+  }
+
+  bool isRunning() const {
+    const std::lock_guard lock(mutex_);
+    return isRunning_;
+  }
+
+  // The number of a child that has ended stays its own until it is collected, under the lock.
+  void terminate() {
+    const std::lock_guard lock(mutex_);
+    if (isRunning_) ::kill(pid_, SIGTERM);
+  }
+
+  std::int32_t waitUntilExit() {
+    std::unique_lock lock(mutex_);
+    ended_.wait(lock, [this] { return !isRunning_; });
+    return status_;
+  }
+
+ private:
+  using Pipes = std::array<std::shared_ptr<Pipe>, 2>;
+
+  Pipes takePipes() {
+    const std::lock_guard lock(mutex_);
+    return {std::move(description_.standardOutput), std::move(description_.standardError)};
+  }
+
+  void closeWritingEnds() {
+    for (const auto& pipe : {description_.standardOutput, description_.standardError}) {
+      if (pipe) static_cast<PosixPipe&>(*pipe).closeWritingEnd();
+    }
+  }
+
+  // Without a thread to wait for it, the program could not be collected.
+  void startWaiting() {
+    try {
+      IoThread::shared();
+      std::thread([self = shared_from_this()] { self->waitForEnd(); }).detach();
+    } catch (const std::system_error& error) {
+      {
+        const std::lock_guard lock(mutex_);
+        isRunning_ = false;
+      }
+      ::kill(pid_, SIGKILL);
+      while (::waitpid(pid_, nullptr, 0) < 0 && errno == EINTR) {
+      }
+      throwPosixError(error.code().value(), description_.executable);
+    }
+  }
+
+  void waitForEnd() {
+    siginfo_t info{};
+    while (::waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOWAIT) != 0 &&
+           errno == EINTR) {
+    }
+    {
+      const std::lock_guard lock(mutex_);
+      int status = 0;
+      pid_t collected = 0;
+      while ((collected = ::waitpid(pid_, &status, 0)) < 0 && errno == EINTR) {
+      }
+      status_ = collected != pid_     ? unknownStatus
+                : WIFSIGNALED(status) ? WTERMSIG(status)
+                                      : WEXITSTATUS(status);
+      isRunning_ = false;
+    }
+    ended_.notify_all();
+    asio::post(IoThread::shared().context(), [self = shared_from_this()] { self->report(); });
+  }
+
+  // On the I/O thread: what the program wrote before it ended is in the pipes by now.
+  void report() {
+    for (const auto& pipe : takePipes()) {
+      if (pipe) static_cast<PosixPipe&>(*pipe).drain();
+    }
+    TerminationHandler handler;
+    {
+      const std::lock_guard lock(mutex_);
+      handler = std::exchange(handler_, nullptr);
+    }
+    if (handler) handler(status_);
+  }
+
+  ProcessDescription description_;
+  pid_t pid_ = 0;
+  mutable std::mutex mutex_;
+  std::condition_variable ended_;
+  TerminationHandler handler_;
+  bool isRunning_ = false;
+  std::int32_t status_ = 0;
+};
+
+class PosixChildProcess : public ChildProcess {
+ public:
+  explicit PosixChildProcess(ProcessDescription description)
+      : child_(std::make_shared<RunningChild>(std::move(description))) {}
+  PosixChildProcess(const PosixChildProcess&) = delete;
+  PosixChildProcess& operator=(const PosixChildProcess&) = delete;
+  ~PosixChildProcess() override { child_->letGo(); }
+
+  void setTerminationHandler(TerminationHandler handler) override {
+    child_->setTerminationHandler(std::move(handler));
+  }
+  void launch() override { child_->launch(); }
+  bool isRunning() const override { return child_->isRunning(); }
+  void terminate() override { child_->terminate(); }
+  std::int32_t waitUntilExit() override { return child_->waitUntilExit(); }
+
+ private:
+  const std::shared_ptr<RunningChild> child_;
+};
+
+class PosixChildProcesses : public ChildProcesses {
+ public:
+  std::shared_ptr<Pipe> makePipe() override {
+    try {
+      return std::make_shared<PosixPipe>();
+    } catch (const std::system_error& error) {
+      throwPosixError(error.code().value(), "cannot make a pipe");
+    }
+  }
+  std::shared_ptr<ChildProcess> makeProcess(ProcessDescription description) override {
+    return std::make_shared<PosixChildProcess>(std::move(description));
+  }
+};
+
+}  // namespace
+
+std::shared_ptr<ChildProcesses> makePosixChildProcesses() {
+  return std::make_shared<PosixChildProcesses>();
+}
+
+}  // namespace tessline::platform

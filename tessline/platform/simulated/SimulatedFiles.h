@@ -1,0 +1,79 @@
+/// @file
+/// The simulated host's files and what surrounds its process, to be scripted.
+#pragma once
+
+#include "tessline/platform/FileManager.h"
+#include "tessline/platform/HostEnvironment.h"
+#include "tessline/platform/simulated/CallLog.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace tessline::platform::simulated {
+
+/// One file or directory.
+struct SimulatedFile {
+  std::vector<std::uint8_t> contents;  ///< None for a directory.
+  std::int64_t ownerAccountID = 501;   ///< Whose it is.
+  std::uint32_t permissions = 0644;    ///< Its mode bits.
+  bool isDirectory = false;            ///< Which of the two it is.
+};
+
+/// Files by their paths; directories need not exist for files to stand in them. What changes
+/// something is noted. Not synchronised.
+class SimulatedFileManager : public FileManager {
+ public:
+  /// Without files. Notes what is changed in `calls`.
+  explicit SimulatedFileManager(std::shared_ptr<CallLog> calls) : calls_(std::move(calls)) {}
+
+  bool isExecutableFile(const std::string& path) override;
+  bool fileExists(const std::string& path) override { return files_.contains(path); }
+  std::optional<FileAttributes> attributes(const std::string& path) override;
+  std::vector<std::uint8_t> contents(const std::string& path) override;
+  void writeAtomically(const std::string& path, std::span<const std::uint8_t> data) override;
+  void createDirectory(const std::string& path) override;
+  void removeItem(const std::string& path) override;
+  void setPosixPermissions(const std::string& path, std::uint32_t permissions) override;
+
+  /// A file stands there from now on.
+  void setFile(const std::string& path, SimulatedFile file) {
+    files_.insert_or_assign(path, std::move(file));
+  }
+  /// Nothing stands there any more.
+  void removeFile(const std::string& path) { files_.erase(path); }
+
+ private:
+  SimulatedFile& file(const std::string& path);
+
+  std::shared_ptr<CallLog> calls_;
+  std::map<std::string, SimulatedFile> files_;
+};
+
+/// Everything may be set at any time. Not synchronised.
+class SimulatedEnvironment : public HostEnvironment {
+ public:
+  std::map<std::string, std::string> variables() override { return environmentVariables; }
+  std::uint32_t effectiveUserID() override { return userID; }
+  std::string homeDirectory() override { return home; }
+  std::optional<std::string> applicationSupportDirectory() override { return applicationSupport; }
+  std::optional<std::string> mainBundleIdentifier() override { return identifier; }
+  std::optional<std::string> resource(Bundle bundle, std::string_view name,
+                                      std::string_view extension) override;
+
+  std::map<std::string, std::string> environmentVariables;  ///< By name.
+  std::uint32_t userID = 501;                               ///< 0 is root.
+  std::string home = "/Users/user";                         ///< The user's home directory.
+  /// Where applications keep the user's data.
+  std::optional<std::string> applicationSupport = "/Users/user/Library/Application Support";
+  std::optional<std::string> identifier;  ///< The application's.
+  /// The paths of resources, by bundle and file name.
+  std::map<std::pair<Bundle, std::string>, std::string> resources;
+};
+
+}  // namespace tessline::platform::simulated

@@ -1,0 +1,132 @@
+// Live captures, with `tessline simulate` in the place of the tool. As root, so that the tool is
+// run directly.
+#include "tests/cli/support/Command.h"
+#include "tests/support/Files.h"
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <string>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <unistd.h>
+
+namespace tessline::test {
+namespace {
+
+class ListenCapture : public testing::Test {
+ protected:
+  void SetUp() override { ASSERT_EQ(geteuid(), 0U) << "run these tests as root"; }
+
+  // The simulation under the tool's name.
+  std::string simulatedTool() {
+    const auto tool = directory / "packetlogger";
+    std::filesystem::create_symlink(TESSLINE_COMMAND, tool);
+    return tool.native();
+  }
+  std::string scriptedTool(const std::string& script) {
+    const std::string tool = directory.file("packetlogger", "#!/bin/sh\n" + script);
+    std::filesystem::permissions(tool, std::filesystem::perms::owner_all);
+    return tool;
+  }
+  // Whether a process of that name, from that place, is still there.
+  static bool isRunning(const std::string& tool) {
+    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+      std::ifstream file(entry.path() / "cmdline", std::ios::binary);
+      const std::string command{std::istreambuf_iterator<char>(file), {}};
+      if (command.starts_with(tool + '\0')) return true;
+    }
+    return false;
+  }
+
+  TemporaryDirectory directory;
+};
+
+TEST_F(ListenCapture, ShowsEventsUntilItIsInterruptedAndEndsTheTool) {
+  const std::string tool = simulatedTool();
+  Command command({"listen", "capture", "--tool", tool, "--address", "AA:BB"});
+  const std::string output = command.readUntil("pressed");
+  EXPECT_NE(output.find("PacketLogger capture running; detected remote AA:BB"), std::string::npos);
+  EXPECT_TRUE(isRunning(tool));
+  command.send(SIGINT);
+  const CommandResult result = command.finish();
+  EXPECT_EQ(result.signal, SIGINT);
+  EXPECT_NE(result.output.find("PacketLogger capture stopped"), std::string::npos) << result.output;
+  EXPECT_EQ(result.errors, "");
+  // It was asked to end, and does so at its own pace.
+  while (isRunning(tool)) usleep(1000);
+}
+
+TEST_F(ListenCapture, WritesJsonLines) {
+  Command command(
+      {"listen", "capture", "--tool", simulatedTool(), "--address", "A", "--format", "jsonl"});
+  EXPECT_NE(command.readUntil("voiceSessionEnded"), "");
+  command.send(SIGINT);
+  std::istringstream lines(command.finish().output);
+  double last = 0;
+  std::size_t statusCount = 0;
+  for (std::string line; std::getline(lines, line);) {
+    const auto object = nlohmann::json::parse(line);
+    EXPECT_GE(object.at("time").get<double>(), last);
+    last = object["time"];
+    if (object.contains("status")) ++statusCount;
+    EXPECT_NE(object.contains("status"), object.contains("event")) << line;
+  }
+  EXPECT_EQ(statusCount, 2U);
+}
+
+TEST_F(ListenCapture, CompletesTheVoiceFilesOfAnInterruptedSession) {
+  const auto voice = directory / "voice";
+  Command command({"listen", "capture", "--tool", simulatedTool(), "--address", "A", "--format",
+                   "jsonl", "--voice", voice.native(), "--wav"});
+  EXPECT_NE(command.readUntil("\"voiceFrame\""), "");
+  command.send(SIGINT);
+  EXPECT_EQ(command.finish().signal, SIGINT);
+  EXPECT_GT(std::filesystem::file_size(voice / "voice-001.opus"), 0U);
+  EXPECT_EQ(readText(voice / "voice-001.wav").substr(0, 4), "RIFF");
+}
+
+TEST_F(ListenCapture, EndsWithTheTool) {
+  const CommandResult result =
+      runCommand({"listen", "capture", "--address", "A", "--tool", scriptedTool("exit 0\n")});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_NE(result.output.find("PacketLogger capture ended"), std::string::npos) << result.output;
+}
+
+TEST_F(ListenCapture, FailsWithTheTool) {
+  const CommandResult result = runCommand(
+      {"listen", "capture", "--address", "A", "--tool", scriptedTool("echo oh >&2; exit 3\n")});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_NE(result.output.find("PacketLogger: oh"), std::string::npos) << result.output;
+  EXPECT_NE(result.output.find("exit code 3"), std::string::npos) << result.output;
+}
+
+TEST_F(ListenCapture, LastLineBeforeTheEndIsNotLost) {
+  const std::string line = std::string(54, ' ').replace(0, 4, "RECV") + "1B 23 00 03 00";
+  const CommandResult result = runCommand({"listen", "capture", "--address", "A", "--tool",
+                                           scriptedTool("echo '" + line + "'\nexit 0\n")});
+  EXPECT_NE(result.output.find("select pressed"), std::string::npos) << result.output;
+  EXPECT_LT(result.output.find("select pressed"), result.output.find("capture ended"));
+}
+
+TEST_F(ListenCapture, SaysWhyTheToolCannotBeStarted) {
+  const CommandResult result =
+      runCommand({"listen", "capture", "--address", "A", "--tool", "/nowhere/packetlogger"});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_NE(result.output.find("Could not start PacketLogger: /nowhere/packetlogger: No such file "
+                               "or directory"),
+            std::string::npos)
+      << result.output;
+}
+
+TEST_F(ListenCapture, WantsToKnowToWhat) {
+  EXPECT_EQ(runCommand({"listen"}).exitCode, 2);
+  EXPECT_EQ(runCommand({"listen", "telephone"}).exitCode, 2);
+  EXPECT_EQ(runCommand({"listen", "capture", "--wav"}).exitCode, 2);
+}
+
+}  // namespace
+}  // namespace tessline::test
