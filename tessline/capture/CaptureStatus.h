@@ -10,14 +10,20 @@
 
 namespace tessline::captureStatus {
 
+/// A start while the tool runs.
 inline constexpr std::string_view alreadyRunning = "PacketLogger capture is already running";
+/// There is no tool anywhere.
 inline constexpr std::string_view notFound =
     "PacketLogger not found. Use Setup Assistant to install the PacketLogger helper, or install "
     "Apple's PacketLogger from Additional Tools for Xcode.";
+/// Before an administrator is asked.
 inline constexpr std::string_view installingHelper =
     "Installing privileged helper tool (requires administrator password)...";
+/// In front of why.
 inline constexpr std::string_view couldNotStart = "Could not start PacketLogger: ";
+/// The application stopped it.
 inline constexpr std::string_view stopped = "PacketLogger capture stopped";
+/// Behind the text of a tool that runs through the helper.
 inline constexpr std::string_view usingHelper = " using privileged helper";
 
 /// The text for what the tool complains of.
