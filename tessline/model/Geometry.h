@@ -21,8 +21,8 @@ struct Size {
 };
 
 /// A rectangle: a corner and an extent from there. A negative extent reaches towards smaller
-/// coordinates; `minX` and its kind, `contains` and `united` look at the area, however it is written
-/// down.
+/// coordinates; `minX` and its kind, `contains` and `united` look at the area, however it is
+/// written down.
 struct Rect {
   Point origin;  ///< The corner, as it was given.
   Size size;     ///< The extent, as it was given.

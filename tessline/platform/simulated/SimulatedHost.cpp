@@ -51,8 +51,8 @@ SimulatedHost::SimulatedHost()
       processes_(std::make_shared<SimulatedProcesses>(calls_)),
       files_(std::make_shared<SimulatedFileManager>(calls_)) {}
 
-// Waiting work may hold facilities that hold the scheduler that holds the work, and running programs
-// hold what keeps them running.
+// Waiting work may hold facilities that hold the scheduler that holds the work, and running
+// programs hold what keeps them running.
 SimulatedHost::~SimulatedHost() {
   scheduler_->discardAll();
   processes_->forgetAll();
