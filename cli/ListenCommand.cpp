@@ -6,6 +6,7 @@
 #include "cli/OutputFormat.h"
 #include "cli/TextStyle.h"
 #include "cli/voice/VoiceSessionRecorder.h"
+#include "tessline/capture/CaptureStatus.h"
 #include "tessline/capture/PacketLoggerCaptureService.h"
 
 #include <array>
@@ -180,16 +181,18 @@ class CaptureListener {
     }
   }
 
-  // A capture is over when a snapshot says that nothing runs, but for the one that announces an
-  // installation.
+  // A tool that ends at once does not run any more when its own words are published; the text of
+  // its end follows.
   void follow(const PacketLoggerCaptureSnapshot& snapshot) {
-    if (snapshot.isCapturing || snapshot.status.starts_with("Installing")) return;
-    const bool isRunningText = snapshot.status.starts_with("PacketLogger capture running");
-    // It ran and ended before anyone could look; its end follows.
-    if (isRunningText) return;
+    const std::string& status = snapshot.status;
+    const bool isStopped = status == captureStatus::stopped;
+    const bool isEnded = status == captureStatus::ended(0);
+    const bool isFailure = status == captureStatus::notFound ||
+                           status.starts_with(captureStatus::couldNotStart) ||
+                           status.starts_with(captureStatus::exited);
+    if (!isStopped && !isEnded && !isFailure) return;
     isOver_ = true;
-    hasFailed_ = snapshot.status != "PacketLogger capture ended" &&
-                 snapshot.status != "PacketLogger capture stopped";
+    hasFailed_ = isFailure;
     finish_.set();
     stopped_.notify_all();
   }

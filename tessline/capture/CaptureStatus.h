@@ -23,6 +23,8 @@ inline constexpr std::string_view installingHelper =
 inline constexpr std::string_view couldNotStart = "Could not start PacketLogger: ";
 /// The application stopped it.
 inline constexpr std::string_view stopped = "PacketLogger capture stopped";
+/// In front of the status with which the tool ended, unless that is 0.
+inline constexpr std::string_view exited = "PacketLogger stopped with exit code ";
 /// Behind the text of a tool that runs through the helper.
 inline constexpr std::string_view usingHelper = " using privileged helper";
 
@@ -40,7 +42,7 @@ inline std::string running(const std::optional<std::string>& remoteAddress) {
 /// The text when the tool has ended with that status.
 inline std::string ended(std::int32_t exitCode) {
   if (exitCode == 0) return "PacketLogger capture ended";
-  return "PacketLogger stopped with exit code " + std::to_string(exitCode) +
+  return std::string(exited) + std::to_string(exitCode) +
          ". Administrator approval may have been cancelled or PacketLogger could not start.";
 }
 

@@ -40,8 +40,8 @@ struct Thrown {
   std::string description;
   bool operator==(const Thrown&) const = default;
 };
-void PrintTo(const Thrown& error, std::ostream* stream) {
-  *stream << error.domain << " " << error.code << " \"" << error.description << "\"";
+std::ostream& operator<<(std::ostream& stream, const Thrown& error) {
+  return stream << error.domain << " " << error.code << " \"" << error.description << "\"";
 }
 const Thrown nothing;
 
@@ -177,9 +177,7 @@ TEST_F(InstalledRuntime, IsAToolWithTheMarkerOfToday) {
 
 TEST_F(InstalledRuntime, MarkerMayStandAmongBlanks) {
   putInstalledRuntime();
-  for (const std::string_view text : {"1", "1\n", " 1 ", "\t1\r\n", "\n\n1",
-                                      "\xC2\xA0"
-                                      "1"}) {
+  for (const std::string_view text : {"1", "1\n", " 1 ", "\t1\r\n", "\n\n1", "\xC2\xA0\x31"}) {
     put(marker(), text);
     EXPECT_TRUE(Install::isRuntimeInstalled(host)) << '"' << text << '"';
   }
@@ -457,7 +455,7 @@ class FailingUnzip : public PacketLoggerInstallationTest {
     putOldRuntime();
     bundleGoodRuntime();
     host.processes->redirect(unzip, command);
-    const Thrown error = installingRuntime();
+    Thrown error = installingRuntime();
     EXPECT_EQ(readText(marker()), "0");
     EXPECT_FALSE(fs::exists(archivePath()));
     return error;

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstddef>
+#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <string>
@@ -15,6 +16,13 @@ namespace tessline::test {
 namespace {
 
 using Found = std::optional<std::string>;
+
+// All of it, one after the other.
+std::string together(std::initializer_list<std::string_view> parts) {
+  std::string whole;
+  for (const std::string_view part : parts) whole += part;
+  return whole;
+}
 
 Found addressIn(std::string_view text) {
   return detectConnectedSiriRemoteAddress(text);
@@ -183,7 +191,9 @@ TEST(RemoteAddress, BlanksAroundLinesAndValuesAreTrimmed) {
                                                       ""};
   for (const std::string_view each : blanks) {
     const std::string blank(each);
-    const auto padded = [&](const std::string& line) { return blank + line + blank + "\n"; };
+    const auto padded = [&](const std::string& line) {
+      return together({blank, line, blank, "\n"});
+    };
     const std::string device = padded("One:") + padded("Address:" + blank + "AA BB") +
                                padded("Product ID:" + blank + "0x0315");
     EXPECT_EQ(addressIn(device), "AA BB");
@@ -195,9 +205,10 @@ TEST(RemoteAddress, BlanksAroundLinesAndValuesAreTrimmed) {
 TEST(RemoteAddress, EveryKindOfNewlineEndsALine) {
   for (const std::string newline :
        {"\n", "\r", "\r\n", "\v", "\f", "\xC2\x85", "\xE2\x80\xA8", "\xE2\x80\xA9", "\n\n"}) {
-    const std::string first = "One:" + newline + "Address: AA" + newline + "Product ID: 0x0315";
+    const std::string first =
+        together({"One:", newline, "Address: AA", newline, "Product ID: 0x0315"});
     EXPECT_EQ(addressIn(first), "AA");
-    EXPECT_EQ(addressIn(first + newline + "Two:" + newline + "Address: BB"), "AA");
+    EXPECT_EQ(addressIn(together({first, newline, "Two:", newline, "Address: BB"})), "AA");
   }
 }
 

@@ -10,6 +10,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace tessline::test {
@@ -55,8 +56,9 @@ platform::TerminationHandler Witness::terminationHandler() {
 ObservedProcess ObservedProcess::silent(platform::ChildProcesses& processes,
                                         const Program& program) {
   ObservedProcess result;
-  result.output = processes.makePipe();
+  // In this order the lowest descriptors would be in each other's way.
   result.errors = processes.makePipe();
+  result.output = processes.makePipe();
   result.process = processes.makeProcess({.executable = program.executable,
                                           .arguments = program.arguments,
                                           .standardOutput = result.output,
@@ -132,6 +134,11 @@ bool HostProcessBackend::waitUntil(const std::function<bool()>& isDone) {
 
 Program shell(const std::string& script) {
   return {"/bin/sh", {"-c", script}};
+}
+
+bool hasNoChildren() {
+  siginfo_t info{};
+  return ::waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) != 0 && errno == ECHILD;
 }
 
 // Texts go as arguments of the script, so that nothing needs quoting.

@@ -124,4 +124,7 @@ class HostProcessBackend : public ProcessBackend {
 /// A line of the shell's language.
 Program shell(const std::string& script);
 
+/// Whether this process has no children, neither running ones nor ones to be collected.
+bool hasNoChildren();
+
 }  // namespace tessline::test

@@ -237,12 +237,12 @@ TEST_P(ChildProcessContract, HandlerMayClearItself) {
 }
 
 TEST_P(ChildProcessContract, HandlerMayLetGoOfPipesAndProcess) {
-  auto observed =
-      std::make_shared<ObservedProcess>(this->observed(backend->writingTwice("a", "b")));
+  auto observed = std::make_shared<ObservedProcess>(silent(backend->writingTwice("a", "b")));
   const auto witness = observed->witness;
   const auto calls = std::make_shared<std::atomic<int>>(0);
+  observed->process->setTerminationHandler(witness->terminationHandler());
   observed->process->launch();
-  // Not the one whose handler is being set.
+  // Not the one that the handler lets go of while it is being set.
   auto pipe = observed->output;
   pipe->setReadabilityHandler([calls, observed](auto) {
     observed->letGo();
