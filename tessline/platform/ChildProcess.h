@@ -51,7 +51,7 @@ class ChildProcess {
 
   /// Calls `handler` when the program ends, after everything that it wrote itself before its end
   /// has gone to the handlers of its pipes. An empty one ends that; a call that is under way may
-  /// still be running then. Not called for an end before `launch` returned successfully.
+  /// still be running then. Not called if `launch` throws.
   virtual void setTerminationHandler(TerminationHandler handler) = 0;
 
   /// Starts it. Once. Throws TesslineError, with the host's description, if that is not possible.
@@ -63,7 +63,8 @@ class ChildProcess {
   /// Asks it to end; it may take its time. Nothing if it does not run.
   virtual void terminate() = 0;
 
-  /// Waits until it has ended, and gives its status. Only after `launch`.
+  /// Waits until it has ended, and gives its status; -1 if others in this process collect children.
+  /// Only after `launch`.
   virtual std::int32_t waitUntilExit() = 0;
 };
 

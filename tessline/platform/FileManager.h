@@ -36,7 +36,8 @@ class FileManager {
   /// All of a file. Throws.
   virtual std::vector<std::uint8_t> contents(const std::string& path) = 0;
 
-  /// Writes a file so that whoever looks sees the old one or the whole new one. Throws.
+  /// Writes a file of mode 0644 so that whoever looks sees the old one or the whole new one. Takes
+  /// the place of a link, not of what it leads to. Throws.
   virtual void writeAtomically(const std::string& path, std::span<const std::uint8_t> data) = 0;
 
   /// Makes a directory and those it stands in; nothing if it is there. Throws.
