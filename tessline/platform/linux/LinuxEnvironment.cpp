@@ -9,8 +9,6 @@
 #include <pwd.h>
 #include <unistd.h>
 
-extern char** environ;
-
 namespace tessline::platform {
 
 namespace {
