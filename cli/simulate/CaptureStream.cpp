@@ -1,24 +1,36 @@
 #include "cli/simulate/CaptureStream.h"
 
-#include <thread>
+#include "tessline/platform/Platform.h"
+
+#include <future>
 #include <utility>
 
 namespace tessline::cli {
 
+using platform::QueueTime;
+
 CaptureStream::CaptureStream(Output& output, WaitUntil waitUntil)
     : output_(output), waitUntil_(std::move(waitUntil)) {}
 
-CaptureStream::WaitUntil CaptureStream::realTime(
-    std::function<Clock::time_point()> now, std::function<void(Clock::time_point)> sleepUntil) {
-  return [now = std::move(now), sleepUntil = std::move(sleepUntil),
-          beginning = std::optional<Clock::time_point>()](SimulatedTime time) mutable {
-    if (!beginning) beginning = now();
-    sleepUntil(*beginning + time);
+CaptureStream::WaitUntil CaptureStream::realTime(std::function<QueueTime()> now,
+                                                 std::function<void(QueueTime)> waitFor) {
+  return [now = std::move(now), waitFor = std::move(waitFor),
+          beginning = std::optional<QueueTime>()](SimulatedTime time) mutable {
+    const QueueTime current = now();
+    if (!beginning) beginning = current;
+    const QueueTime rest = *beginning + time - current;
+    if (rest > QueueTime::zero()) waitFor(rest);
   };
 }
 
-void CaptureStream::sleepUntilClockReads(Clock::time_point time) {
-  std::this_thread::sleep_until(time);
+CaptureStream::WaitUntil CaptureStream::realTime() {
+  const auto queue = platform::hostPlatform()->makeSerialQueue("simulated capture");
+  return realTime([queue] { return queue->now(); },
+                  [queue](QueueTime rest) {
+                    std::promise<void> isOver;
+                    queue->asyncAfter(rest, [&isOver] { isOver.set_value(); });
+                    isOver.get_future().wait();
+                  });
 }
 
 void CaptureStream::write(const SimulatedLine& line) {

@@ -2,6 +2,7 @@
 // run directly.
 #include "tests/cli/support/Command.h"
 #include "tests/support/Files.h"
+#include "tests/support/Needs.h"
 
 #include <csignal>
 #include <filesystem>
@@ -12,6 +13,8 @@
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <poll.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace tessline::test {
@@ -19,7 +22,7 @@ namespace {
 
 class ListenCapture : public testing::Test {
  protected:
-  void SetUp() override { ASSERT_EQ(geteuid(), 0U) << "run these tests as root"; }
+  void SetUp() override { TESSLINE_NEEDS_ROOT(); }
 
   // The simulation under the tool's name.
   std::string simulatedTool() {
@@ -32,14 +35,16 @@ class ListenCapture : public testing::Test {
     std::filesystem::permissions(tool, std::filesystem::perms::owner_all);
     return tool;
   }
-  // Whether a process of that name, from that place, is still there.
-  static bool isRunning(const std::string& tool) {
+  // The process of that program: a descriptor that can be read once it has ended; none without one.
+  static int processOf(const std::string& tool) {
     for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
       std::ifstream file(entry.path() / "cmdline", std::ios::binary);
       const std::string command{std::istreambuf_iterator<char>(file), {}};
-      if (command.starts_with(tool + '\0')) return true;
+      if (!command.starts_with(tool + '\0')) continue;
+      return static_cast<int>(
+          ::syscall(SYS_pidfd_open, std::stoi(entry.path().filename().native()), 0));
     }
-    return false;
+    return -1;
   }
 
   TemporaryDirectory directory;
@@ -50,14 +55,17 @@ TEST_F(ListenCapture, ShowsEventsUntilItIsInterruptedAndEndsTheTool) {
   Command command({"listen", "capture", "--tool", tool, "--address", "AA:BB"});
   const std::string output = command.readUntil("pressed");
   EXPECT_NE(output.find("PacketLogger capture running; detected remote AA:BB"), std::string::npos);
-  EXPECT_TRUE(isRunning(tool));
+  pollfd process = {processOf(tool), POLLIN, 0};
+  ASSERT_GE(process.fd, 0) << "the tool does not run";
   command.send(SIGINT);
   const CommandResult result = command.finish();
   EXPECT_EQ(result.signal, SIGINT);
   EXPECT_NE(result.output.find("PacketLogger capture stopped"), std::string::npos) << result.output;
   EXPECT_EQ(result.errors, "");
   // It was asked to end, and does so at its own pace.
-  while (isRunning(tool)) usleep(1000);
+  constexpr int longestWait = 60'000;
+  EXPECT_EQ(::poll(&process, 1, longestWait), 1) << "the tool did not end";
+  ::close(process.fd);
 }
 
 TEST_F(ListenCapture, WritesJsonLines) {

@@ -1,5 +1,6 @@
 #include "tessline/platform/Platform.h"
 #include "tests/support/Files.h"
+#include "tests/support/Needs.h"
 
 #include <cstddef>
 #include <cstdlib>
@@ -118,7 +119,7 @@ class HostEnvironmentDeathTest : public HostEnvironment {
   // `work` returns 0 in a process of its own, started by root.
   template <class Work>
   void expectWellInAFreshProcess(Work work) {
-    if (::geteuid() != 0) GTEST_SKIP() << "only root can become somebody else";
+    TESSLINE_NEEDS_ROOT();
     EXPECT_EXIT(std::_Exit(work()), testing::ExitedWithCode(0), "");
   }
 };

@@ -1,6 +1,7 @@
 #include "tessline/model/TesslineError.h"
 #include "tests/platform/ChildProcessContract.h"
 #include "tests/support/Files.h"
+#include "tests/support/Needs.h"
 
 #include <array>
 #include <atomic>
@@ -307,7 +308,7 @@ TEST_F(PosixChildProcessDeathTest, WantOfDescriptorsIsAnError) {
 }
 
 TEST_F(PosixChildProcessDeathTest, ProgramThatCannotBeWaitedForIsNotStarted) {
-  if (!fs::exists("/proc/self/statm")) GTEST_SKIP() << "memory cannot be limited";
+  TESSLINE_NEEDS_PROC();
   expectWellInAFreshProcess([&]() -> int {
     const ObservedProcess observed = silent(backend.endless());
     // Enough for a program to be started, too little for the stack of a thread.
@@ -356,7 +357,7 @@ TEST_F(PosixChildProcess, ProcessKeepsItsPipes) {
 }
 
 TEST_F(PosixChildProcess, ManyStartsLeaveNothingBehind) {
-  if (!fs::exists("/proc/self/task")) GTEST_SKIP() << "threads cannot be counted here";
+  TESSLINE_NEEDS_PROC();
   // The threads that stay come with the first.
   waitForEnd(started({"/bin/true", {}}));
   const std::size_t descriptors = countOf("/proc/self/fd");

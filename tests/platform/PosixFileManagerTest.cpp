@@ -1,4 +1,5 @@
 #include "tests/platform/FileManagerContract.h"
+#include "tests/support/Needs.h"
 
 #include <array>
 #include <atomic>
@@ -114,7 +115,7 @@ TEST_P(PosixFileManager, LongestNameCanBeWritten) {
 }
 
 TEST_P(PosixFileManager, ReadsFilesThatDoNotKnowTheirSize) {
-  if (!files->fileExists("/proc/self/stat")) GTEST_SKIP() << "no such files here";
+  TESSLINE_NEEDS_PROC();
   EXPECT_TRUE(contentOf("/proc/self/stat").starts_with(std::to_string(::getpid())));
 }
 
@@ -141,7 +142,7 @@ TEST_P(PosixFileManager, OwnerIsTheFilesNotTheReaders) {
 }
 
 TEST_P(PosixFileManager, ExecutableForOthersIsNotForMe) {
-  if (::geteuid() != 0) GTEST_SKIP() << "everything here is this account's own";
+  TESSLINE_NEEDS_ROOT();
   file("for-owner", "x", 0700);
   file("for-all", "x", 0755);
   asNobody([&] {
@@ -167,7 +168,7 @@ TEST_P(PosixFileManager, WhatIsDeniedIsAnError) {
 }
 
 TEST_P(PosixFileManager, PermissionsOfAnothersFileAreDenied) {
-  if (::geteuid() != 0) GTEST_SKIP() << "everything here is this account's own";
+  TESSLINE_NEEDS_ROOT();
   file("data", "x", 0644);
   asNobody([&] { expectNotPermitted(EPERM, at("data")); });
   EXPECT_EQ(permissionsOf(at("data")), 0644U);

@@ -1,5 +1,6 @@
 #include "tests/system/PrivateMounts.h"
 
+#include "tests/support/Needs.h"
 #include "tests/system/Command.h"
 
 #include <algorithm>
@@ -135,7 +136,7 @@ void reportHang(int) {
 }  // namespace
 
 void PrivateMounts::run(const std::function<void(PrivateMounts& mounts)>& body) {
-  if (geteuid() != 0) GTEST_SKIP() << "Needs root.";
+  TESSLINE_NEEDS_ROOT();
   if (std::getenv(insideVariable) == nullptr) return runOnceMore();
   // Processes whose parents have ended become this one's children.
   prctl(PR_SET_CHILD_SUBREAPER, 1);

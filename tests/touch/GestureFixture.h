@@ -106,4 +106,24 @@ class GestureControllerTest : public testing::Test {
   std::shared_ptr<SiriRemoteGestureController> controller;
 };
 
+using ButtonTest = GestureControllerTest;
+
+// The title bar of the window that `placeWindow` places.
+inline constexpr Point onTitleBar = {400, 210};
+inline constexpr Point belowTitleBar = {400, 300};
+
+class TitleBarTest : public GestureControllerTest {
+ protected:
+  TitleBarTest() {
+    placeWindow();
+    host->desktop().setPointer(onTitleBar);
+  }
+};
+
+// With a long press that comes later than the timeout for lost releases.
+class LostReleaseTest : public TitleBarTest {
+ protected:
+  LostReleaseTest() { makeController({.dragLockLongPressDuration = 10s}); }
+};
+
 }  // namespace tessline::test

@@ -45,17 +45,21 @@ TEST_F(CaptureStreaming, WaitsForEveryMomentWithTheMomentBeforeWritten) {
 }
 
 TEST(RealTime, RunsFromTheFirstWaitOn) {
-  using Clock = cli::CaptureStream::Clock;
-  Clock::time_point now{100s};
-  std::vector<Clock::duration> sleeps;
-  const auto waitUntil = cli::CaptureStream::realTime(
-      [&] { return now; },
-      [&](Clock::time_point time) { sleeps.push_back(time.time_since_epoch()); });
+  platform::QueueTime now = 100s;
+  std::vector<platform::QueueTime> waits;
+  const auto waitUntil = cli::CaptureStream::realTime([&] { return now; },
+                                                      [&](platform::QueueTime rest) {
+                                                        waits.push_back(rest);
+                                                        now += rest;
+                                                      });
   waitUntil(0s);
-  now = Clock::time_point{107s};
+  now = 102s;
   waitUntil(5s);
+  // Late already: nothing is waited for, and nothing is lost of the time.
+  now = 110s;
   waitUntil(9s);
-  EXPECT_EQ(sleeps, (std::vector<Clock::duration>{100s, 105s, 109s}));
+  waitUntil(12s);
+  EXPECT_EQ(waits, (std::vector<platform::QueueTime>{3s, 2s}));
 }
 
 }  // namespace
