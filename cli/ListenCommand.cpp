@@ -1,6 +1,7 @@
 #include "cli/Commands.h"
 #include "cli/Errors.h"
 #include "cli/EventJson.h"
+#include "cli/FileDescriptor.h"
 #include "cli/Interrupt.h"
 #include "cli/Output.h"
 #include "cli/OutputFormat.h"
@@ -108,19 +109,18 @@ class LiveWriter {
 class Finish {
  public:
   Finish() {
-    if (::pipe(ends_.data()) != 0) throwSystemError("create", "a pipe", errno);
-  }
-  Finish(const Finish&) = delete;
-  Finish& operator=(const Finish&) = delete;
-  ~Finish() {
-    for (const int end : ends_) ::close(end);
+    std::array<int, 2> ends{};
+    if (::pipe(ends.data()) != 0) throwSystemError("create", "a pipe", errno);
+    readable_ = FileDescriptor(ends[0]);
+    writable_ = FileDescriptor(ends[1]);
   }
 
-  int descriptor() const { return ends_[0]; }
-  void set() { [[maybe_unused]] const ssize_t written = ::write(ends_[1], "", 1); }
+  int descriptor() const { return readable_.get(); }
+  void set() { [[maybe_unused]] const ssize_t written = ::write(writable_.get(), "", 1); }
 
  private:
-  std::array<int, 2> ends_{};
+  FileDescriptor readable_;
+  FileDescriptor writable_;
 };
 
 // One run of `listen capture`.

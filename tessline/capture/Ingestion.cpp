@@ -54,7 +54,6 @@ void PacketLoggerCaptureService::appendOutputText(std::string_view text) {
     pendingText_ += text;
     return;
   }
-  // Taken out: a callback may cause more of this service before it returns.
   std::string first = std::exchange(pendingText_, {});
   first += text.substr(0, firstEnd);
   ingest(first);
