@@ -32,6 +32,8 @@ int parseAndRun(int argumentCount, const char* const* arguments) {
   application.require_subcommand(1);
   application.footer(exitCodeHelp);
   addDecodeCommand(application);
+  addDoctorCommand(application);
+  addInstallCommand(application);
   addListenCommand(application);
   addReplayCommand(application);
   addSimulateCommand(application);

@@ -8,6 +8,8 @@
 namespace tessline::cli {
 
 void addDecodeCommand(CLI::App& application);
+void addDoctorCommand(CLI::App& application);
+void addInstallCommand(CLI::App& application);
 void addListenCommand(CLI::App& application);
 void addReplayCommand(CLI::App& application);
 void addSimulateCommand(CLI::App& application);

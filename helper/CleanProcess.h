@@ -14,7 +14,9 @@ void provideStandardDescriptors();
 /// Closes all other descriptors.
 void closeOtherDescriptors();
 
-/// No core dumps; of everything else what a program run by root expects.
+/// No core dumps; of processor time, file size, data, memory, descriptors and stack what a program
+/// run by root expects. All other limits, like those on processes and on locked memory, stay the
+/// caller's.
 void resetLimits();
 
 /// Default dispositions and an empty mask.

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <future>
+#include <memory>
 #include <utility>
 
 namespace tessline {
@@ -19,7 +21,6 @@ constexpr std::string_view errorDomain = "Morvane";
 constexpr std::string_view toolName = "packetlogger";
 constexpr std::string_view helperResourceName = "siri-remote-helper";
 constexpr std::string_view unzipTool = "/usr/bin/unzip";
-constexpr std::string_view scriptTool = "/usr/bin/osascript";
 constexpr std::uint32_t setUserIDBit = 04000;
 constexpr std::uint32_t executablePermissions = 0755;
 
@@ -39,7 +40,7 @@ constexpr std::int64_t notExecutable = 500;
   throw TesslineError(std::string(errorDomain), code, description);
 }
 
-// How a program ended and what it complained of, trimmed; none if that is not UTF-8.
+// How a program ended and what it complained of until then, trimmed; none if that is not UTF-8.
 struct ProgramEnd {
   std::int32_t status;
   std::optional<std::string> errors;
@@ -53,10 +54,18 @@ ProgramEnd run(Platform& platform, std::string_view executable,
                                                .arguments = std::move(arguments),
                                                .standardOutput = nullptr,
                                                .standardError = errors});
+  // Not read to its end: somebody whom the program left behind may hold it for long. The handlers
+  // are called one after the other.
+  const auto said = std::make_shared<std::string>();
+  const auto whole = std::make_shared<std::promise<std::string>>();
+  errors->setReadabilityHandler([said](std::span<const std::uint8_t> data) {
+    said->insert(said->end(), data.begin(), data.end());
+  });
+  process->setTerminationHandler(
+      [said, whole](std::int32_t) { whole->set_value(std::exchange(*said, {})); });
   process->launch();
-  const auto data = errors->readDataToEndOfFile();
-  const std::string text(data.begin(), data.end());
   const std::int32_t status = process->waitUntilExit();
+  const std::string text = whole->get_future().get();
   if (!isValidUtf8(text)) return {status, std::nullopt};
   return {status, std::string(trimmedOfWhitespaceAndNewlines(text))};
 }
@@ -173,9 +182,10 @@ void PacketLoggerInstallation::installRuntime(Platform& platform) {
 
 void PacketLoggerInstallation::installPrivilegedHelper(Platform& platform) {
   if (!isRuntimeInstalled(platform)) installRuntime(platform);
-  const auto source = resource(platform, helperResourceName);
+  const auto source = bundledHelperURL(platform);
   if (!source) fail(notFound, "siri-remote-helper binary not found in application bundle.");
-  const ProgramEnd end = run(platform, scriptTool, {"-e", helperInstallationScript(*source)});
+  const ProgramEnd end =
+      run(platform, administratorTool, {"-e", helperInstallationScript(*source)});
   if (end.status != 0) {
     fail(end.status,
          "Failed to install privileged helper: " + end.errors.value_or("Unknown error"));
@@ -184,6 +194,10 @@ void PacketLoggerInstallation::installPrivilegedHelper(Platform& platform) {
 
 std::optional<std::string> PacketLoggerInstallation::bundledPayloadURL(Platform& platform) {
   return resource(platform, runtimePayloadResourceName, runtimePayloadResourceExtension);
+}
+
+std::optional<std::string> PacketLoggerInstallation::bundledHelperURL(Platform& platform) {
+  return resource(platform, helperResourceName);
 }
 
 std::vector<std::uint8_t> PacketLoggerInstallation::decodePayload(
@@ -216,22 +230,33 @@ std::vector<std::uint8_t> PacketLoggerInstallation::decodePayload(
   return archive;
 }
 
+std::vector<PacketLoggerInstallation::ToolCandidate>
+PacketLoggerInstallation::packetLoggerCandidates(
+    const std::map<std::string, std::string>& environment, Platform& platform) {
+  std::vector<ToolCandidate> candidates;
+  const auto add = [&](ToolOrigin origin, std::optional<std::string> path) {
+    if (path) candidates.push_back({origin, std::move(*path)});
+  };
+  const auto host = platform.environment();
+  add(ToolOrigin::installedRuntime, installedPacketLoggerPath(platform));
+  const auto variable = environment.find(std::string(packetLoggerPathVariable));
+  if (variable != environment.end()) add(ToolOrigin::environmentVariable, variable->second);
+  add(ToolOrigin::application, host->resource(Bundle::main, toolName, {}));
+  add(ToolOrigin::library, host->resource(Bundle::library, toolName, {}));
+  for (const std::string& place :
+       {std::string("/Applications/PacketLogger.app"),
+        host->homeDirectory() + "/Desktop/SiriRemote/PacketLogger.app",
+        std::string("/Applications/Additional Tools/Hardware/PacketLogger.app"),
+        std::string("/Applications/Utilities/PacketLogger.app")}) {
+    add(ToolOrigin::usualPlace, place + "/Contents/Resources/packetlogger");
+  }
+  return candidates;
+}
+
 std::optional<std::string> PacketLoggerInstallation::findPacketLoggerPath(
     const std::map<std::string, std::string>& environment, Platform& platform) {
-  const auto host = platform.environment();
-  const auto variable = environment.find("PACKETLOGGER_PATH");
-  const std::array<std::optional<std::string>, 8> candidates = {
-      installedPacketLoggerPath(platform),
-      variable == environment.end() ? std::nullopt : std::optional(variable->second),
-      host->resource(Bundle::main, toolName, {}),
-      host->resource(Bundle::library, toolName, {}),
-      "/Applications/PacketLogger.app/Contents/Resources/packetlogger",
-      host->homeDirectory() +
-          "/Desktop/SiriRemote/PacketLogger.app/Contents/Resources/packetlogger",
-      "/Applications/Additional Tools/Hardware/PacketLogger.app/Contents/Resources/packetlogger",
-      "/Applications/Utilities/PacketLogger.app/Contents/Resources/packetlogger"};
-  for (const auto& candidate : candidates) {
-    if (candidate && platform.fileManager()->isExecutableFile(*candidate)) return candidate;
+  for (const ToolCandidate& candidate : packetLoggerCandidates(environment, platform)) {
+    if (platform.fileManager()->isExecutableFile(candidate.path)) return candidate.path;
   }
   return std::nullopt;
 }

@@ -30,6 +30,26 @@ struct PacketLoggerInstallation {
   /// Where the helper is installed.
   static constexpr std::string_view privilegedHelperPath =
       "/Library/PrivilegedHelperTools/com.morvane.helper";
+  /// The variable that names a tool.
+  static constexpr std::string_view packetLoggerPathVariable = "PACKETLOGGER_PATH";
+  /// The program that asks for an administrator.
+  static constexpr std::string_view administratorTool = "/usr/bin/osascript";
+
+  /// Why a tool is looked for in a place.
+  enum class ToolOrigin : std::uint8_t {
+    installedRuntime,     ///< It is the installed one.
+    environmentVariable,  ///< The variable names it.
+    application,          ///< It came with the application.
+    library,              ///< It came with this library.
+    usualPlace,           ///< People put it there.
+  };
+
+  /// One place where a tool is looked for.
+  struct ToolCandidate {
+    ToolOrigin origin;
+    std::string path;
+    bool operator==(const ToolCandidate&) const = default;
+  };
 
   /// The runtime's folder.
   static std::string installedRuntimeRootURL(platform::Platform& platform);
@@ -54,13 +74,19 @@ struct PacketLoggerInstallation {
 
   /// Where the packed runtime is; none if it did not come with the application.
   static std::optional<std::string> bundledPayloadURL(platform::Platform& platform);
+  /// Where the helper is that would be installed; none if it did not come with the application.
+  static std::optional<std::string> bundledHelperURL(platform::Platform& platform);
   /// The zip archive in a packed runtime: behind "MRPL", the version 1, a byte that is not read and
   /// the key's length (16 bits, low byte first) come the key and the archive, each byte of it
   /// combined with one of the key by exclusive or.
   static std::vector<std::uint8_t> decodePayload(std::span<const std::uint8_t> data);
 
-  /// The first tool that is executable: the installed one, that of the variable PACKETLOGGER_PATH,
-  /// one that came with the application or this library, and the places where people put it.
+  /// The places where a tool is looked for, the first one first: that of the installed one, of the
+  /// variable PACKETLOGGER_PATH, of one that came with the application or this library, and those
+  /// where people put it.
+  static std::vector<ToolCandidate> packetLoggerCandidates(
+      const std::map<std::string, std::string>& environment, platform::Platform& platform);
+  /// The first of them that is executable.
   static std::optional<std::string> findPacketLoggerPath(
       const std::map<std::string, std::string>& environment, platform::Platform& platform);
 

@@ -13,7 +13,6 @@ namespace tessline {
 
 namespace {
 
-constexpr std::string_view reportTool = "/usr/sbin/system_profiler";
 constexpr std::string_view reportType = "SPBluetoothDataType";
 constexpr std::string_view addressLabel = "Address:";
 constexpr std::string_view productLabel = "Product ID:";
@@ -24,6 +23,13 @@ constexpr std::array<std::string_view, 4> groupHeadings = {
 
 bool startsWith(std::string_view line, std::string_view label) {
   return findCharacters(line, label, LetterCase::matters) == 0;
+}
+
+bool endsWithColon(std::string_view line) {
+  if (!line.ends_with(':')) return false;
+  std::string_view last;
+  for (GraphemeWalk walk(line); !walk.rest().empty();) last = walk.next();
+  return last == ":";
 }
 
 // What the report says of one device.
@@ -43,7 +49,7 @@ std::optional<std::string> detectConnectedSiriRemoteAddress(platform::ChildProce
   try {
     const auto output = processes.makePipe();
     const auto errors = processes.makePipe();
-    const auto process = processes.makeProcess({.executable = std::string(reportTool),
+    const auto process = processes.makeProcess({.executable = std::string(bluetoothReportTool),
                                                 .arguments = {std::string(reportType)},
                                                 .standardOutput = output,
                                                 .standardError = errors});
@@ -70,7 +76,7 @@ std::optional<std::string> detectConnectedSiriRemoteAddress(std::string_view tex
       const std::size_t labelSize = isAddress ? addressLabel.size() : productLabel.size();
       (isAddress ? device.address : device.productID) =
           std::string(trimmedOfWhitespace(line.substr(labelSize)));
-    } else if (line.ends_with(':') &&
+    } else if (endsWithColon(line) &&
                std::ranges::find(groupHeadings, line) == groupHeadings.end()) {
       if (device.isRemote() && device.address) return device.address;
       device = {};

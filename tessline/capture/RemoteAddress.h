@@ -10,6 +10,9 @@
 
 namespace tessline {
 
+/// The program that reports the system's Bluetooth devices.
+inline constexpr std::string_view bluetoothReportTool = "/usr/sbin/system_profiler";
+
 /// The address of the first Siri Remote in the system's report of its Bluetooth devices, as it is
 /// printed there; none if there is none or the report cannot be had. Runs a program and waits for
 /// it. Any thread.

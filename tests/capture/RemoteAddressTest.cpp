@@ -223,6 +223,13 @@ TEST(RemoteAddress, LabelIsReadAsWholeCharacters) {
   EXPECT_EQ(addressIn("Address:\xCC\x81 AA\nProduct ID: 0x0315"), std::nullopt);
 }
 
+TEST(RemoteAddress, HeadingEndsInAColonThatIsAWholeCharacter) {
+  // The sign of a number takes the character behind it along.
+  EXPECT_EQ(addressIn("Address: AA\nTwo\xD8\x80:\nProduct ID: 0x0315"), "AA");
+  EXPECT_EQ(addressIn("Address: AA\nTwo\xD8\x80::\nProduct ID: 0x0315"), std::nullopt);
+  EXPECT_EQ(addressIn("Address: AA\nTw\xC3\xB6:\nProduct ID: 0x0315"), std::nullopt);
+}
+
 class RemoteAddressDetection : public testing::Test {
  protected:
   Found detected() { return detectConnectedSiriRemoteAddress(processes); }

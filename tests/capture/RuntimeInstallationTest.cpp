@@ -1,5 +1,12 @@
 #include "tests/capture/InstallationFixture.h"
 
+#include <chrono>
+#include <future>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace tessline::test {
 namespace {
 
@@ -234,6 +241,46 @@ TEST_F(FailingUnzip, ThatComplainsAndSucceedsIsNone) {
   bundleGoodRuntime();
   host.processes->redirect(unzip, R"(echo complaint >&2; /usr/bin/unzip "$@")");
   EXPECT_EQ(installingRuntime(), nothing);
+}
+
+// Somebody who holds the complaints until the test is over.
+class LingeringUnzip : public FailingUnzip {
+ protected:
+  LingeringUnzip() {
+    if (::mkfifo(gate_.c_str(), 0600) != 0 || (opener_ = ::open(gate_.c_str(), O_RDWR)) < 0) {
+      ADD_FAILURE() << "there is no gate";
+    }
+  }
+  ~LingeringUnzip() override { ::close(opener_); }
+
+  std::string leavingSomebody() const { return "(read -r line <'" + gate_ + "') & "; }
+  Thrown inTime(const std::function<Thrown()>& action) const {
+    auto error = std::async(std::launch::async, action);
+    EXPECT_EQ(error.wait_for(std::chrono::seconds(60)), std::future_status::ready)
+        << "waits for somebody else";
+    EXPECT_EQ(::write(opener_, "\n", 1), 1);
+    return error.get();
+  }
+
+ private:
+  const TemporaryDirectory place_;
+  const std::string gate_ = place_ / "gate";
+  int opener_ = -1;
+};
+
+TEST_F(LingeringUnzip, ThatSucceedsIsOver) {
+  bundleGoodRuntime();
+  host.processes->redirect(
+      unzip, leavingSomebody() + R"(echo complaint >&2; /usr/bin/unzip "$@"; exit $?)");
+  EXPECT_EQ(inTime([this] { return installingRuntime(); }), nothing);
+  EXPECT_TRUE(Install::isRuntimeInstalled(host));
+}
+
+TEST_F(LingeringUnzip, ThatFailsIsQuotedWithWhatItSaidUntilItsEnd) {
+  EXPECT_EQ(inTime([this] {
+              return installingWhileUnzipRuns(leavingSomebody() + "echo disk full >&2; exit 50");
+            }),
+            (Thrown{"Morvane", 50, "Failed to extract PacketLogger runtime: disk full"}));
 }
 
 TEST_F(RuntimeInstallation, PassesOnThatUnzipCannotBeStarted) {
