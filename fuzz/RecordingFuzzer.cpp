@@ -1,6 +1,7 @@
 // Makes a recording of the input and replays it. An odd first byte: the rest is the recording's
-// text behind its header. An even one: the rest chooses records that are well formed. Whatever is
-// recorded, the rules of every replay must hold, and nothing but a RecordingError may be thrown.
+// text behind its header. An even one: the rest chooses records that are well formed, those of
+// captures among them unless it is divisible by 4. Whatever is recorded, the rules of every replay
+// must hold, and nothing but a RecordingError may be thrown.
 
 #include "cli/replay/Invariants.h"
 #include "cli/replay/Recording.h"
@@ -146,8 +147,144 @@ std::string touchMembers(Choices& choices) {
   }
 }
 
-std::string members(Choices& choices) {
+// Where captures look for what they need, and beside.
+constexpr std::array<const char*, 8> toolPaths = {
+    "/opt/packetlogger",
+    "/Library/PrivilegedHelperTools/com.morvane.helper",
+    "/usr/bin/osascript",
+    "/usr/bin/unzip",
+    "/usr/sbin/system_profiler",
+    "/Users/user/Library/Application Support/com.morvane/PacketLoggerHost/Resources/packetlogger",
+    "/Applications/PacketLogger.app/Contents/Resources/packetlogger",
+    "/nothing"};
+constexpr std::array<const char*, 7> otherPaths = {
+    "/Library/PrivilegedHelperTools",
+    "/Users/user/Library/Application Support/com.morvane/PacketLoggerHost",
+    "/Users/user/Library/Application Support/com.morvane/PacketLoggerHost/.install-version",
+    "/Users/user/Library/Application Support/com.morvane/PacketLoggerHost/Resources",
+    "/App/payload",
+    "relative/../path",
+    "/"};
+// A packed runtime among them.
+constexpr std::array<const char*, 5> fileContents = {R"("text":"1\n")", R"("text":"2")",
+                                                     R"("bytes":"4d52504c0100010000504b")",
+                                                     R"("bytes":"ff")", R"("permissions":493)"};
+constexpr std::array<const char*, 3> resourceNames = {
+    "siri-remote-helper", "PacketLoggerRuntime.payload", "packetlogger"};
+
+constexpr int mostProcesses = 8;
+constexpr int setUserID = 04755;
+constexpr int executable = 0755;
+
+// A path of a program mostly, so that some are met by accident.
+std::string capturePath(Choices& choices) {
+  return choices.byte() % 8 == 0 ? choices.pick(otherPaths) : choices.pick(toolPaths);
+}
+
+// A line of the tool for a payload, or one that is none; sometimes without its end.
+std::string toolText(Choices& choices) {
+  switch (choices.byte() % 8) {
+    case 0:
+      return "\\n";
+    case 1:
+      return R"(packetlogger: Error: none\r\n)";
+    case 2:
+      return R"(\u00e9 \u2028)";
+    default:
+      break;
+  }
+  std::string text = "Nov 21 10:00:00.000  RECV  0x0040  AA:BB:CC:DD:EE:FF ";
+  const std::string bytes = payload(choices);
+  for (std::size_t at = 0; at < bytes.size(); at += 2) text += " " + bytes.substr(at, 2);
+  return text + (choices.byte() % 4 == 0 ? "" : "\\n");
+}
+
+// A text, or bytes that need not be one.
+std::string toolOutput(Choices& choices, const char* text, const char* bytes) {
+  return choices.byte() % 8 == 0 ? fmt::format(R"("{}":"{}")", bytes, payload(choices))
+                                 : fmt::format(R"("{}":"{}")", text, toolText(choices));
+}
+
+std::string captureProgram(Choices& choices) {
+  std::string members =
+      fmt::format(R"("type":"capture.program","path":"{}")", capturePath(choices));
+  const int choice = choices.byte();
+  if (choice % 16 == 0) members += R"(,"launchError":"no")";
+  if (choice % 4 == 1) members += "," + toolOutput(choices, "output", "outputBytes");
+  if (choice % 8 == 2) members += "," + toolOutput(choices, "errors", "errorBytes");
+  if (choice % 4 >= 2) members += fmt::format(R"(,"status":{})", choice % 8 / 4);
+  if (choice % 8 == 5) members += R"(,"endsWhenAsked":false)";
+  return members;
+}
+
+// One call takes no two choices: compilers differ in their order.
+std::string captureFile(Choices& choices) {
+  std::string members = fmt::format(R"("type":"capture.file","path":"{}")", capturePath(choices));
+  if (choices.byte() % 2 == 0) return members + "," + choices.pick(fileContents);
+  members += fmt::format(R"(,"owner":{})", choices.byte() % 2);
+  return members +
+         fmt::format(R"(,"permissions":{})", choices.byte() % 2 == 0 ? setUserID : executable);
+}
+
+std::string captureOutput(Choices& choices, const char* type) {
+  const std::string members =
+      fmt::format(R"("type":"{}","process":{},)", type, choices.byte() % mostProcesses);
+  return members + toolOutput(choices, "text", "bytes");
+}
+
+std::string captureMembers(Choices& choices) {
   switch (choices.byte() % 20) {
+    case 0:
+    case 1:
+      return R"("type":"capture.create")";
+    case 2:
+      return R"("type":"capture.release")";
+    case 3:
+    case 4:
+      return R"("type":"capture.start","remoteAddress":"A","packetLoggerPath":"/opt/packetlogger")";
+    case 5:
+      return choices.byte() % 2 == 0
+                 ? R"("type":"capture.start")"
+                 : fmt::format(R"("type":"capture.start","packetLoggerPath":"{}")",
+                               capturePath(choices));
+    case 6:
+      return choices.byte() % 2 == 0 ? R"("type":"capture.stop")" : R"("type":"capture.look")";
+    case 7:
+      return fmt::format(R"("type":"capture.host","userID":{})", choices.byte() % 2 * 501);
+    case 8:
+      return choices.byte() % 2 == 0
+                 ? R"("type":"capture.host","identifier":"com.example")"
+                 : fmt::format(R"("type":"capture.host","packetLoggerVariable":"{}")",
+                               capturePath(choices));
+    case 9: {
+      const std::string name = choices.pick(resourceNames);
+      return fmt::format(R"("type":"capture.resource","name":"{}","path":"{}")", name,
+                         capturePath(choices));
+    }
+    case 10:
+    case 11:
+      return captureFile(choices);
+    case 12:
+      return fmt::format(R"("type":"capture.fileGone","path":"{}")", capturePath(choices));
+    case 13:
+    case 14:
+      return captureProgram(choices);
+    case 15:
+      return captureOutput(choices, "capture.errorOutput");
+    case 16: {
+      const int process = choices.byte() % mostProcesses;
+      return fmt::format(R"("type":"capture.exit","process":{},"status":{})", process,
+                         choices.byte() % 4 - 1);
+    }
+    default:
+      return captureOutput(choices, "capture.output");
+  }
+}
+
+std::string members(Choices& choices, bool withCaptures) {
+  const int choice = choices.byte() % (withCaptures ? 30 : 20);
+  if (choice >= 20) return captureMembers(choices);
+  switch (choice) {
     case 0:
       return R"("type":"hid.create")";
     case 1:
@@ -178,11 +315,11 @@ std::string members(Choices& choices) {
   }
 }
 
-std::string structured(Choices choices) {
+std::string structured(Choices choices, bool withCaptures) {
   std::string text;
   // In quarters of a second: long presses and lost releases come in between.
   for (int time = 0; !choices.isEmpty(); time += choices.byte() % 6) {
-    text += fmt::format(R"({{"time":{},{}}})", time / 4.0, members(choices)) + "\n";
+    text += fmt::format(R"({{"time":{},{}}})", time / 4.0, members(choices, withCaptures)) + "\n";
   }
   return text;
 }
@@ -222,7 +359,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (data[0] % 2 == 1) {
     replay(header + std::string(fuzz::textOf(data + 1, size - 1)));
   } else {
-    replay(header + structured(Choices({data + 1, size - 1})));
+    replay(header + structured(Choices({data + 1, size - 1}), data[0] % 4 == 2));
   }
   return 0;
 }

@@ -1,5 +1,6 @@
 #include "tessline/model/TesslineError.h"
 #include "tests/platform/ChildProcessContract.h"
+#include "tests/platform/SimulatedProcessBackend.h"
 
 #include <algorithm>
 #include <atomic>
@@ -116,6 +117,16 @@ TEST_P(ChildProcessContract, FailedLaunchEndsThePipes) {
   EXPECT_THROW(observed.process->launch(), TesslineError);
   EXPECT_TRUE(observed.output->readDataToEndOfFile().empty());
   EXPECT_TRUE(observed.errors->readDataToEndOfFile().empty());
+}
+
+TEST_P(ChildProcessContract, FailedLaunchTellsHandlersOfTheEnd) {
+  const ObservedProcess observed = this->observed({backend->pathOfNothing(), {}});
+  EXPECT_THROW(observed.process->launch(), TesslineError);
+  waitFor([&] { return observed.witness->account().outputEnds > 0; });
+  waitFor([&] { return observed.witness->account().errorEnds > 0; });
+  settle();
+  EXPECT_EQ(observed.witness->account().outputEnds, 1);
+  EXPECT_EQ(observed.witness->account().errorEnds, 1);
 }
 
 TEST_P(ChildProcessContract, RunsFromItsLaunchToItsEnd) {
@@ -280,6 +291,22 @@ TEST_P(ChildProcessContract, ProcessThatIsLetGoOfCallsNobodyBack) {
   EXPECT_EQ(observed.witness->statuses(), Statuses());
 }
 
+TEST_P(ChildProcessContract, ProcessThatIsLetGoOfAtTheEndOfItsOutputCallsNobodyBack) {
+  auto observed = std::make_shared<ObservedProcess>(silent(backend->writingTwice("", "")));
+  const auto ends = std::make_shared<std::atomic<int>>(0);
+  observed->process->setTerminationHandler(observed->witness->terminationHandler());
+  observed->output->setReadabilityHandler([ends, observed](auto) {
+    observed->process.reset();
+    ++*ends;
+  });
+  observed->process->launch();
+  backend->proceed();
+  waitFor([&] { return *ends == 1; });
+  settle();
+  EXPECT_EQ(observed->witness->statuses(), Statuses());
+  observed->letGo();
+}
+
 TEST_P(ChildProcessContract, PipesThatAreLetGoOfCallNobodyBack) {
   ObservedProcess observed = started(backend->deafAndWritingTwice("early", "late"));
   waitForOutput(observed, "early");
@@ -289,6 +316,49 @@ TEST_P(ChildProcessContract, PipesThatAreLetGoOfCallNobodyBack) {
   EXPECT_EQ(observed.witness->output(), "early");
   EXPECT_EQ(observed.witness->account().outputEnds, 0);
   EXPECT_EQ(observed.witness->statuses(), Statuses());
+}
+
+TEST_P(ChildProcessContract, HandlerIsDoneBeforeTheEndItAsksForIsReported) {
+  const ObservedProcess observed = silent(backend->writingTwice("ready", ""));
+  const auto isAsking = std::make_shared<std::atomic<bool>>(false);
+  const auto wasAsking = std::make_shared<std::atomic<bool>>(false);
+  observed.process->setTerminationHandler(
+      [isAsking, wasAsking, tell = observed.witness->terminationHandler()](std::int32_t status) {
+        *wasAsking = isAsking->load();
+        tell(status);
+      });
+  observed.output->setReadabilityHandler([isAsking, process = observed.process.get()](auto data) {
+    if (data.empty()) return;
+    *isAsking = true;
+    process->terminate();
+    process->waitUntilExit();
+    *isAsking = false;
+  });
+  observed.process->launch();
+  waitForEnd(observed);
+  EXPECT_FALSE(*wasAsking);
+  EXPECT_EQ(observed.witness->statuses(), Statuses{SIGTERM});
+}
+
+TEST_P(ChildProcessContract, HandlerSetByAHandlerIsCalledAfterIt) {
+  const ObservedProcess observed = silent(backend->writing("x", "", 0));
+  observed.process->launch();
+  observed.process->waitUntilExit();
+  const auto isInside = std::make_shared<std::atomic<bool>>(false);
+  const auto wasInside = std::make_shared<std::atomic<bool>>(false);
+  const auto ends = std::make_shared<std::atomic<int>>(0);
+  observed.output->setReadabilityHandler([=, pipe = observed.output.get()](auto) {
+    *isInside = true;
+    pipe->setReadabilityHandler([=](auto) {
+      *wasInside = isInside->load();
+      ++*ends;
+    });
+    *isInside = false;
+  });
+  waitFor([&] { return *ends == 1; });
+  settle();
+  EXPECT_EQ(*ends, 1);
+  EXPECT_FALSE(*wasInside);
 }
 
 TEST_P(ChildProcessContract, HandlersAreCalledOneAfterTheOther) {
@@ -320,10 +390,13 @@ std::string backendName(const testing::TestParamInfo<ProcessBackendChoice>& info
   return info.param.name;
 }
 
-INSTANTIATE_TEST_SUITE_P(On, ChildProcessContract,
-                         testing::Values(ProcessBackendChoice{
-                             "Host", [] { return std::make_unique<HostProcessBackend>(); }}),
-                         backendName);
+INSTANTIATE_TEST_SUITE_P(
+    On, ChildProcessContract,
+    testing::Values(
+        ProcessBackendChoice{"Simulated",
+                             [] { return std::make_unique<SimulatedProcessBackend>(); }},
+        ProcessBackendChoice{"Host", [] { return std::make_unique<HostProcessBackend>(); }}),
+    backendName);
 
 }  // namespace
 }  // namespace tessline::test

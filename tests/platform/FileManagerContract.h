@@ -4,6 +4,7 @@
 
 #include "tessline/model/TesslineError.h"
 #include "tessline/platform/Platform.h"
+#include "tessline/platform/simulated/SimulatedHost.h"
 #include "tests/support/Files.h"
 
 #include <cstdint>
@@ -47,6 +48,25 @@ class HostFileBackend : public FileBackend {
 
  private:
   TemporaryDirectory directory_;
+};
+
+/// Files of the simulated host.
+class SimulatedFileBackend : public FileBackend {
+ public:
+  SimulatedFileBackend() { host_->files().createDirectory(directory()); }
+
+  std::shared_ptr<platform::FileManager> files() override { return host_->fileManager(); }
+  std::string directory() override { return "/simulated"; }
+  std::int64_t account() override { return platform::simulated::SimulatedFile().ownerAccountID; }
+  void makeLink(const std::string& target, const std::string& path) override {
+    platform::simulated::SimulatedFile link;
+    link.linkTarget = target;
+    host_->files().setFile(path, link);
+  }
+
+ private:
+  std::shared_ptr<platform::simulated::SimulatedHost> host_ =
+      platform::simulated::SimulatedHost::create();
 };
 
 /// One backend by name.
@@ -117,8 +137,13 @@ class FileManagerFixture : public testing::TestWithParam<FileBackendChoice> {
   std::shared_ptr<platform::FileManager> files = backend->files();
 };
 
-inline const auto hostFilesAlone =
-    testing::Values(FileBackendChoice{"Host", [] { return std::make_unique<HostFileBackend>(); }});
+inline const FileBackendChoice hostFiles = {"Host",
+                                            [] { return std::make_unique<HostFileBackend>(); }};
+inline const FileBackendChoice simulatedFiles = {
+    "Simulated", [] { return std::make_unique<SimulatedFileBackend>(); }};
+
+inline const auto hostFilesAlone = testing::Values(hostFiles);
+inline const auto everyFileBackend = testing::Values(simulatedFiles, hostFiles);
 
 inline std::string fileBackendName(const testing::TestParamInfo<FileBackendChoice>& info) {
   return info.param.name;

@@ -31,6 +31,20 @@ TEST_P(FileManagerContract, LinkIsExecutableAsWhatItLeadsTo) {
   EXPECT_FALSE(files->isExecutableFile(link("to-nothing", "nothing")));
 }
 
+TEST_P(FileManagerContract, LinksLeadOnFromWhereTheyStand) {
+  folder("folder/deep");
+  const std::string data = file("folder/data", "x");
+  link("folder/deep/up", "../data");
+  link("to-deep", "folder/deep");
+  link("to-data", data);
+  EXPECT_EQ(contentOf(at("to-deep/up")), "x");
+  EXPECT_EQ(contentOf(at("to-deep/../data")), "x");
+  EXPECT_EQ(contentOf(at("to-data")), "x");
+  files->writeAtomically(at("to-deep/new"), bytesOf("y"));
+  EXPECT_EQ(contentOf(at("folder/deep/new")), "y");
+  expectNoContents(ELOOP, link("to-itself", "to-itself"));
+}
+
 TEST_P(FileManagerContract, FilesFoldersAndLinksToThemExist) {
   EXPECT_TRUE(files->fileExists(file("data", "")));
   EXPECT_TRUE(files->fileExists(folder("folder")));
@@ -131,6 +145,7 @@ TEST_P(FileManagerContract, RemovalTakesFilesAndDirectoriesWithAllTheyHold) {
   file("folder/deep/data", "x");
   files->removeItem(at("folder"));
   EXPECT_FALSE(files->fileExists(at("folder")));
+  EXPECT_FALSE(files->fileExists(folder("folder") + "/deep"));
 }
 
 TEST_P(FileManagerContract, RemovalDoesNotFollowLinks) {
@@ -150,9 +165,17 @@ TEST_P(FileManagerContract, RemovalTakesALinkThatLeadsNowhere) {
   expectNotRemoved(ENOENT, at("to-nothing"));
 }
 
+TEST_P(FileManagerContract, RemovalLeavesWhatIsOnlyCalledAlike) {
+  folder("folder");
+  file("folder-2", "x");
+  files->removeItem(at("folder"));
+  EXPECT_EQ(contentOf(at("folder-2")), "x");
+}
+
 TEST_P(FileManagerContract, RemovalOfNothingIsAnError) {
   expectNotRemoved(ENOENT, at("nothing"));
   expectNotRemoved(ENOENT, at("nothing/below"));
+  expectNotRemoved(ENOTDIR, file("data", "x") + "/below");
 }
 
 TEST_P(FileManagerContract, PermissionsAreSetOnWhatALinkLeadsTo) {
@@ -167,7 +190,7 @@ TEST_P(FileManagerContract, PermissionsOfNothingAreAnError) {
   expectNotPermitted(ENOTDIR, file("data", "x") + "/below");
 }
 
-INSTANTIATE_TEST_SUITE_P(On, FileManagerContract, hostFilesAlone, fileBackendName);
+INSTANTIATE_TEST_SUITE_P(On, FileManagerContract, everyFileBackend, fileBackendName);
 
 }  // namespace
 }  // namespace tessline::test

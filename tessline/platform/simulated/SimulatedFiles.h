@@ -17,23 +17,24 @@
 
 namespace tessline::platform::simulated {
 
-/// One file or directory.
+/// One file, directory or link.
 struct SimulatedFile {
   std::vector<std::uint8_t> contents;  ///< None for a directory.
   std::int64_t ownerAccountID = 501;   ///< Whose it is.
   std::uint32_t permissions = 0644;    ///< Its mode bits.
-  bool isDirectory = false;            ///< Which of the two it is.
+  bool isDirectory = false;            ///< Whether it is a directory.
+  std::string linkTarget;              ///< Where it leads if it is a link.
 };
 
-/// Files by their paths; directories need not exist for files to stand in them. What changes
-/// something is noted. Not synchronised.
+/// Files by their absolute paths; nothing is denied to anybody. What changes something is noted.
+/// Not synchronised.
 class SimulatedFileManager : public FileManager {
  public:
   /// Without files. Notes what is changed in `calls`.
-  explicit SimulatedFileManager(std::shared_ptr<CallLog> calls) : calls_(std::move(calls)) {}
+  explicit SimulatedFileManager(std::shared_ptr<CallLog> calls);
 
   bool isExecutableFile(const std::string& path) override;
-  bool fileExists(const std::string& path) override { return files_.contains(path); }
+  bool fileExists(const std::string& path) override { return found(path) != nullptr; }
   std::optional<FileAttributes> attributes(const std::string& path) override;
   std::vector<std::uint8_t> contents(const std::string& path) override;
   void writeAtomically(const std::string& path, std::span<const std::uint8_t> data) override;
@@ -41,17 +42,23 @@ class SimulatedFileManager : public FileManager {
   void removeItem(const std::string& path) override;
   void setPosixPermissions(const std::string& path, std::uint32_t permissions) override;
 
-  /// A file stands there from now on.
-  void setFile(const std::string& path, SimulatedFile file) {
-    files_.insert_or_assign(path, std::move(file));
-  }
-  /// Nothing stands there any more.
-  void removeFile(const std::string& path) { files_.erase(path); }
+  /// A file stands there from now on, in directories that it brings along; what was in its way
+  /// goes.
+  void setFile(const std::string& path, SimulatedFile file);
+  /// Nothing stands there any more, nor below.
+  void removeFile(const std::string& path);
 
  private:
-  SimulatedFile& file(const std::string& path);
+  struct Place;
+
+  SimulatedFile* at(const std::string& place);
+  Place locate(const std::string& path, bool followsLast);
+  SimulatedFile* found(const std::string& path);
+  SimulatedFile& existing(const std::string& path);
+  void erase(const std::string& place);
 
   std::shared_ptr<CallLog> calls_;
+  // By places: paths without links, "." and "..", which do not end in "/". The root's is empty.
   std::map<std::string, SimulatedFile> files_;
 };
 

@@ -6,13 +6,14 @@
 #include "tessline/platform/simulated/CallLog.h"
 
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
 #include <optional>
 #include <span>
 #include <string>
-#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace tessline::platform::simulated {
@@ -27,10 +28,13 @@ struct SimulatedProgram {
 };
 
 class SimulatedChildProcess;
+class SimulatedPipe;
 
 /// Programs stand for themselves by their paths; one that is not scripted cannot be started. What
 /// they do while they run is scripted by their number, which counts starts from 1. Handlers are
-/// called from within the scripting call. Not synchronised.
+/// called from within the call that gives them something to be told, or after the handler that
+/// makes that call. Nothing happens while somebody waits: a program that is waited for ends with
+/// status 0, and reading to the end of a pipe gives what is there. Not synchronised.
 class SimulatedProcesses : public ChildProcesses,
                            public std::enable_shared_from_this<SimulatedProcesses> {
  public:
@@ -53,7 +57,7 @@ class SimulatedProcesses : public ChildProcesses,
   /// How many programs were started so far; the last one has this number.
   std::int64_t startedCount() const { return startedCount_; }
   /// Whether the program of that number runs.
-  bool isRunning(std::int64_t number) const;
+  bool isRunning(std::int64_t number) const { return running_.contains(number); }
   /// It writes. Nothing if it does not run.
   void write(std::int64_t number, std::span<const std::uint8_t> data);
   /// It complains. Nothing if it does not run.
@@ -63,15 +67,26 @@ class SimulatedProcesses : public ChildProcesses,
 
  private:
   friend class SimulatedChildProcess;
+  friend class SimulatedPipe;
 
-  std::shared_ptr<SimulatedChildProcess> running(std::int64_t number) const;
-  void ended(std::int64_t number) { running_.erase(number); }
+  // A program runs on, and writes, when nobody holds its process or its pipes any more.
+  struct RunningProgram {
+    std::weak_ptr<SimulatedChildProcess> process;
+    std::weak_ptr<SimulatedPipe> standardOutput;
+    std::weak_ptr<SimulatedPipe> standardError;
+    bool endsWhenAsked = true;
+  };
+
+  void terminate(std::int64_t number);
+  // Calls handlers: at once, or behind the one that is being called.
+  void deliver(std::function<void()> delivery);
 
   std::shared_ptr<CallLog> calls_;
   std::map<std::string, SimulatedProgram> programs_;
-  // A program runs on when nobody holds its process any more.
-  std::map<std::int64_t, std::shared_ptr<SimulatedChildProcess>> running_;
+  std::map<std::int64_t, RunningProgram> running_;
   std::int64_t startedCount_ = 0;
+  std::deque<std::function<void()>> deliveries_;
+  bool isDelivering_ = false;
 };
 
 }  // namespace tessline::platform::simulated

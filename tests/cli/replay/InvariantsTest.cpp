@@ -176,6 +176,56 @@ TEST(NoCallbackAfterRelease, SeesATouchCallbackOfAServiceThatIsGone) {
   }
 }
 
+// Everything that a capture service calls back with.
+const std::vector<Observation> captureCallbacks = {
+    PacketLoggerCaptureSnapshot{}, cli::CaptureRawPayload{bytes("08 00")},
+    cli::CaptureEvents{{pressed(RemoteCommand::select)}}};
+
+TEST(NoCallbackAfterRelease, SeesACaptureCallbackOfAServiceThatIsGone) {
+  using std::chrono::seconds;
+  for (const Observation& late : captureCallbacks) {
+    const auto invariant = cli::makeNoCallbackAfterRelease();
+    std::vector<cli::Violation> found;
+    invariant->observe(seconds(1), cli::CaptureCreated{}, found);
+    invariant->observe(seconds(2), cli::CaptureReleased{}, found);
+    EXPECT_TRUE(found.empty());
+    invariant->observe(seconds(3), late, found);
+    EXPECT_EQ(found,
+              (std::vector<cli::Violation>{{seconds(3), "a service that is gone called back"}}));
+  }
+}
+
+TEST(NoCallbackAfterRelease, LetsCaptureServicesThatAreThereCallBack) {
+  for (const Observation& callback : captureCallbacks) {
+    EXPECT_EQ(violations(cli::makeNoCallbackAfterRelease(),
+                         {cli::CaptureCreated{}, callback, cli::CaptureReleased{}}),
+              0U);
+    EXPECT_EQ(violations(
+                  cli::makeNoCallbackAfterRelease(),
+                  {cli::CaptureCreated{}, cli::CaptureReleased{}, cli::CaptureCreated{}, callback}),
+              0U);
+  }
+}
+
+TEST(NoCallbackAfterRelease, KnowsCapturesFromOtherServices) {
+  for (const Observation& callback : captureCallbacks) {
+    EXPECT_EQ(violations(cli::makeNoCallbackAfterRelease(),
+                         {cli::CaptureCreated{}, cli::HIDServiceReleased{}, cli::TouchReleased{},
+                          callback}),
+              0U);
+    EXPECT_EQ(violations(cli::makeNoCallbackAfterRelease(),
+                         {cli::CaptureReleased{}, cli::HIDServiceCreated{}, cli::TouchCreated{},
+                          callback}),
+              1U);
+  }
+  for (const Observation& callback :
+       {snapshot(false), raw("00"), Observation(HIDEvents{}), Observation(cli::TouchPoints{}),
+        Observation(cli::ChargePhase{})}) {
+    EXPECT_EQ(violations(cli::makeNoCallbackAfterRelease(), {cli::CaptureReleased{}, callback}),
+              0U);
+  }
+}
+
 TEST(ButtonGoesUpOnce, CountsDownsAndUps) {
   const Observation created = cli::TouchCreated{};
   const Observation down = mouse("LeftMouseDown");
