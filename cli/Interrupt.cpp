@@ -55,6 +55,11 @@ int Interrupt::descriptor() const {
   return wakePipe[0];
 }
 
+void Interrupt::acknowledge() {
+  char wake = 0;
+  [[maybe_unused]] const ssize_t taken = ::read(wakePipe[0], &wake, 1);
+}
+
 void Interrupt::raisePending() const {
   if (pendingSignal == 0) return;
   std::signal(pendingSignal, SIG_DFL);

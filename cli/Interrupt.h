@@ -17,6 +17,8 @@ class Interrupt {
   bool isPending() const;
   /// A descriptor that becomes readable when a signal comes, to wait on beside an input.
   int descriptor() const;
+  /// From now on `descriptor` tells of the next signal.
+  void acknowledge();
   /// Ends the process by the signal that came, as if it had never been caught; nothing if none did.
   void raisePending() const;
 };

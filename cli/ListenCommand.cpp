@@ -10,10 +10,10 @@
 #include "tessline/capture/CaptureStatus.h"
 #include "tessline/capture/PacketLoggerCaptureService.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
-#include <condition_variable>
 #include <exception>
 #include <memory>
 #include <mutex>
@@ -123,52 +123,58 @@ class Finish {
   FileDescriptor writable_;
 };
 
-// One run of `listen capture`.
-class CaptureListener {
+// What becomes of a capture. The service's callbacks own it: work of the service that is under way
+// when the command lets go of it still calls them, and finds that nobody listens.
+class LiveCapture : public std::enable_shared_from_this<LiveCapture> {
  public:
-  explicit CaptureListener(const ListenOptions& options)
-      : options_(options),
-        recorder_(options.voiceDirectory
+  explicit LiveCapture(const ListenOptions& options)
+      : recorder_(options.voiceDirectory
                       ? VoiceSessionRecorder({*options.voiceDirectory, options.wav})
                       : VoiceSessionRecorder()),
         writer_(output_, options.format) {
     recorder_.onSessionClosed = [this](const VoiceSessionRecord& record) {
       writer_.sessionClosed(record);
     };
-    service_->onSnapshotChanged = [this](const PacketLoggerCaptureSnapshot& snapshot) {
-      guarded([&] {
-        writer_.status(snapshot);
-        follow(snapshot);
-      });
-    };
-    service_->onTransportEvents = [this](const std::vector<TesslineEvent>& events) {
-      guarded([&] {
+  }
+
+  void listenTo(PacketLoggerCaptureService& service) {
+    service.onSnapshotChanged =
+        [self = shared_from_this()](const PacketLoggerCaptureSnapshot& snapshot) {
+          self->guarded([&] {
+            self->writer_.status(snapshot);
+            self->follow(snapshot);
+          });
+        };
+    service.onTransportEvents = [self =
+                                     shared_from_this()](const std::vector<TesslineEvent>& events) {
+      self->guarded([&] {
         for (const TesslineEvent& event : events) {
-          writer_.event(event);
-          recorder_.handle(event);
+          self->writer_.event(event);
+          self->recorder_.handle(event);
         }
-        writer_.flush();
+        self->writer_.flush();
       });
     };
   }
 
-  void run() {
-    service_->startCapture(options_.address, options_.tool);
-    waitForFinish();
-    if (interrupt_.isPending()) {
-      service_->stopCapture();
-      waitForStop();
-    }
+  // Can be read once it is over.
+  int descriptor() const { return finish_.descriptor(); }
+
+  // Throws what went wrong on the queue. Nothing is listened to after it.
+  void finish() {
     const std::lock_guard lock(mutex_);
-    if (failure_) std::rethrow_exception(failure_);
+    isOver_ = true;
+    if (failure_) {
+      finishVoiceQuietly();
+      std::rethrow_exception(failure_);
+    }
     recorder_.finish();
     output_.finish();
-    interrupt_.raisePending();
-    if (hasFailed_) throw CheckFailed();
   }
+  // Whether the tool did not do what it was to do; once that is over.
+  bool hasFailed() const { return hasFailed_; }
 
  private:
-  // What goes wrong on the queue is thrown by `run`.
   template <class Body>
   void guarded(Body body) {
     const std::lock_guard lock(mutex_);
@@ -178,6 +184,14 @@ class CaptureListener {
     } catch (...) {
       failure_ = std::current_exception();
       finish_.set();
+    }
+  }
+
+  void finishVoiceQuietly() {
+    try {
+      recorder_.finish();
+    } catch (const std::exception&) {
+      // The first failure is the one to report.
     }
   }
 
@@ -194,35 +208,58 @@ class CaptureListener {
     isOver_ = true;
     hasFailed_ = isFailure;
     finish_.set();
-    stopped_.notify_all();
   }
 
-  void waitForFinish() {
-    std::array<pollfd, 2> waited = {
-        {{interrupt_.descriptor(), POLLIN, 0}, {finish_.descriptor(), POLLIN, 0}}};
-    while (::poll(waited.data(), waited.size(), -1) < 0 && errno == EINTR) {
-    }
-  }
-
-  void waitForStop() {
-    std::unique_lock lock(mutex_);
-    stopped_.wait(lock, [this] { return isOver_ || failure_; });
-  }
-
-  const ListenOptions& options_;
-  Interrupt interrupt_;
-  Finish finish_;
   std::mutex mutex_;
-  std::condition_variable stopped_;
+  Finish finish_;
   Output output_ = Output::standard();
   VoiceSessionRecorder recorder_;
   LiveWriter writer_;
   std::exception_ptr failure_;
   bool isOver_ = false;
   bool hasFailed_ = false;
-  // The last member: its end stops the callbacks.
-  std::shared_ptr<PacketLoggerCaptureService> service_ = PacketLoggerCaptureService::create();
 };
+
+// Waits until one of the two can be read, or for that time if one is given, whatever signals come;
+// whether the first can be.
+bool waitFor(int descriptor, int other, std::optional<std::chrono::milliseconds> time = {}) {
+  using Clock = std::chrono::steady_clock;
+  const auto end = Clock::now() + time.value_or(std::chrono::milliseconds(0));
+  std::array<pollfd, 2> waited = {{{descriptor, POLLIN, 0}, {other, POLLIN, 0}}};
+  int ready = 0;
+  do {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
+    ready = ::poll(waited.data(), waited.size(),
+                   time ? static_cast<int>(std::max(left, decltype(left){0})) : -1);
+  } while (ready < 0 && errno == EINTR);
+  return waited[0].revents != 0;
+}
+
+// Stops at the first Ctrl-C. The next one ends the command even if that leads nowhere, because the
+// queue waits for an administrator or for somebody to read the output.
+void waitForFinish(const LiveCapture& live, PacketLoggerCaptureService& service,
+                   Interrupt& interrupt) {
+  // Some send their signal twice at once, like timeout(1); as a rule it is over by then.
+  constexpr std::chrono::milliseconds patience{200};
+  constexpr int nothingElse = -1;
+  if (waitFor(live.descriptor(), interrupt.descriptor())) return;
+  interrupt.acknowledge();
+  service.stopCapture();
+  if (waitFor(live.descriptor(), nothingElse, patience)) return;
+  if (!waitFor(live.descriptor(), interrupt.descriptor())) interrupt.raisePending();
+}
+
+void listenToCapture(const ListenOptions& options) {
+  Interrupt interrupt;
+  const auto live = std::make_shared<LiveCapture>(options);
+  const auto service = PacketLoggerCaptureService::create();
+  live->listenTo(*service);
+  service->startCapture(options.address, options.tool);
+  waitForFinish(*live, *service, interrupt);
+  live->finish();
+  interrupt.raisePending();
+  if (live->hasFailed()) throw CheckFailed();
+}
 
 }  // namespace
 
@@ -246,7 +283,7 @@ void addListenCommand(CLI::App& application) {
   voice->type_name("DIR");
   command->add_flag("--wav", options->wav, "With --voice: a .wav of each session, too")
       ->needs(voice);
-  command->callback([options] { CaptureListener(*options).run(); });
+  command->callback([options] { listenToCapture(*options); });
 }
 
 }  // namespace tessline::cli

@@ -83,17 +83,15 @@ void PacketLoggerCaptureService::ingest(std::string_view line) {
 }
 
 void PacketLoggerCaptureService::noteErrorLine(std::string_view line) {
-  const std::string_view trimmed = trimmedOfWhitespaceAndNewlines(line);
-  if (findCharacters(trimmed, errorWord, LetterCase::ignoredInAscii) == std::string_view::npos) {
-    return;
-  }
-  setStatusOnQueue(captureStatus::said(trimmed));
+  if (findCharacters(line, errorWord, LetterCase::ignoredInAscii) == std::string_view::npos) return;
+  setStatusOnQueue(captureStatus::said(trimmedOfWhitespaceAndNewlines(line)));
   publishSnapshotOnQueue();
 }
 
 // Counts the packet and says whether it looks like a remote's. Continuation fragments are anyone's,
 // and count while voice is being collected alone.
 bool PacketLoggerCaptureService::acceptOnQueue(std::span<const std::uint8_t> payload) {
+  assert(queue_->isCurrent());
   const bool isFrameStart = PacketLoggerPayload::isSiriRemoteVoiceFrameStart(payload);
   const bool isContinuation = PacketLoggerPayload::isSiriRemoteVoiceContinuation(payload);
   const bool isAccepted = isFrameStart || (isCollectingPacketLoggerVoice_ && isContinuation) ||
@@ -109,7 +107,7 @@ bool PacketLoggerCaptureService::acceptOnQueue(std::span<const std::uint8_t> pay
   if (isVoiceLike) {
     shown_.acceptedVoiceLikePacketCount = checkedSum(shown_.acceptedVoiceLikePacketCount, 1);
   }
-  shown_.previewedSize = std::min(payload.size(), previewSize);
+  shown_.previewedSize = std::min(payload.size(), PacketLoggerPayload::previewSize);
   std::copy_n(payload.begin(), *shown_.previewedSize, shown_.previewed.begin());
   return true;
 }

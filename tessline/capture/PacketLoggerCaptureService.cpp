@@ -129,6 +129,7 @@ void PacketLoggerCaptureService::stopCaptureOnQueue() {
 }
 
 void PacketLoggerCaptureService::resetDecodingOnQueue() {
+  assert(queue_->isCurrent());
   pendingText_.clear();
   isCollectingPacketLoggerVoice_ = false;
   const MutexLock guard(mutex_);
@@ -140,17 +141,27 @@ void PacketLoggerCaptureService::resetDecodingOnQueue() {
 }
 
 void PacketLoggerCaptureService::setStatusOnQueue(std::string status) {
+  assert(queue_->isCurrent());
   const MutexLock guard(mutex_);
   shown_.status = std::move(status);
 }
 
 void PacketLoggerCaptureService::publishSnapshotOnQueue() {
+  assert(queue_->isCurrent());
   if (onSnapshotChanged) onSnapshotChanged(snapshot());
 }
 
 bool PacketLoggerCaptureService::isRunningOnQueue() const {
+  assert(queue_->isCurrent());
   const MutexLock guard(mutex_);
   return shown_.process && shown_.process->isRunning();
+}
+
+bool PacketLoggerCaptureService::isCurrentOnQueue(
+    const std::shared_ptr<platform::ChildProcess>& process) const {
+  assert(queue_->isCurrent());
+  const MutexLock guard(mutex_);
+  return process && process == shown_.process;
 }
 
 // The process.
@@ -176,6 +187,7 @@ void PacketLoggerCaptureService::startPrivilegedPacketLogger(
 
 void PacketLoggerCaptureService::launchOnQueue(const std::string& executable,
                                                std::vector<std::string> arguments) {
+  assert(queue_->isCurrent());
   const auto processes = platform_->childProcesses();
   const auto output = processes->makePipe();
   const auto errors = processes->makePipe();
@@ -185,8 +197,10 @@ void PacketLoggerCaptureService::launchOnQueue(const std::string& executable,
                                                .standardError = errors});
   configureOutputPipe(*output);
   configureErrorPipe(*errors);
-  configureTerminationHandler(*process);
+  configureTerminationHandler(process);
   process->launch();
+  // There may be one that has ended and whose end nobody has looked at yet.
+  stopCaptureProcesses();
   stdoutPipe_ = output;
   stderrPipe_ = errors;
   const MutexLock guard(mutex_);
@@ -205,14 +219,19 @@ void PacketLoggerCaptureService::configureErrorPipe(platform::Pipe& pipe) {
   });
 }
 
-void PacketLoggerCaptureService::configureTerminationHandler(platform::ChildProcess& process) {
-  process.setTerminationHandler([weak = weak_from_this()](std::int32_t status) {
-    const auto self = weak.lock();
-    if (!self) return;
-    self->queue_->async([weak, status] {
-      if (const auto owner = weak.lock()) owner->handleTermination(status);
-    });
-  });
+// By the time the queue gets to it the process may have been stopped, or another may run in its
+// place: its end is nobody's business any more.
+void PacketLoggerCaptureService::configureTerminationHandler(
+    const std::shared_ptr<platform::ChildProcess>& process) {
+  process->setTerminationHandler(
+      [weak = weak_from_this(), ended = std::weak_ptr(process)](std::int32_t status) {
+        const auto self = weak.lock();
+        if (!self) return;
+        self->queue_->async([weak, ended, status] {
+          const auto owner = weak.lock();
+          if (owner && owner->isCurrentOnQueue(ended.lock())) owner->handleTermination(status);
+        });
+      });
 }
 
 void PacketLoggerCaptureService::handleTermination(std::int32_t exitCode) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "tessline/capture/PacketLoggerCaptureSnapshot.h"
+#include "tessline/capture/PacketLoggerPayload.h"
 #include "tessline/events/SiriRemoteReportParser.h"
 #include "tessline/events/TesslineEvent.h"
 #include "tessline/packetlog/PacketLoggerLineParser.h"
@@ -26,9 +27,10 @@ namespace tessline {
 /// filter.
 ///
 /// Starting and stopping only hand work to the service's queue, where everything happens and all
-/// callbacks are called; set these before. A snapshot is published for every change of status, and
-/// not for packets. Output that was read before a stop is still decoded after it. Letting go of the
-/// service ends the tool and publishes nothing.
+/// callbacks are called; set them before the first start, and replace none from within its own
+/// call. A snapshot is published for every change of status, and not for packets. Output that was
+/// read before a stop is still decoded after it. Letting go of the service ends the tool and
+/// publishes nothing.
 class PacketLoggerCaptureService : public std::enable_shared_from_this<PacketLoggerCaptureService> {
  public:
   /// A service that captures nothing yet.
@@ -59,8 +61,6 @@ class PacketLoggerCaptureService : public std::enable_shared_from_this<PacketLog
   PacketLoggerCaptureSnapshot snapshot() const;
 
  private:
-  static constexpr std::size_t previewSize = 24;
-
   // What a snapshot shows; written on the queue alone.
   struct Shown {
     std::shared_ptr<platform::ChildProcess> process;
@@ -74,7 +74,7 @@ class PacketLoggerCaptureService : public std::enable_shared_from_this<PacketLog
     std::int64_t emittedEventCount = 0;
     // The first bytes of the last accepted payload; their text is made when someone looks.
     std::optional<std::size_t> previewedSize;
-    std::array<std::uint8_t, previewSize> previewed{};
+    std::array<std::uint8_t, PacketLoggerPayload::previewSize> previewed{};
   };
 
   explicit PacketLoggerCaptureService(std::shared_ptr<platform::Platform> platform);
@@ -87,6 +87,7 @@ class PacketLoggerCaptureService : public std::enable_shared_from_this<PacketLog
   void setStatusOnQueue(std::string status);
   void publishSnapshotOnQueue();
   bool isRunningOnQueue() const;
+  bool isCurrentOnQueue(const std::shared_ptr<platform::ChildProcess>& process) const;
 
   // The process.
   void startDirectPacketLogger(const std::string& path,
@@ -96,7 +97,7 @@ class PacketLoggerCaptureService : public std::enable_shared_from_this<PacketLog
   void launchOnQueue(const std::string& executable, std::vector<std::string> arguments);
   void configureOutputPipe(platform::Pipe& pipe);
   void configureErrorPipe(platform::Pipe& pipe);
-  void configureTerminationHandler(platform::ChildProcess& process);
+  void configureTerminationHandler(const std::shared_ptr<platform::ChildProcess>& process);
   void handleTermination(std::int32_t exitCode);
   void stopCaptureProcesses();
   void detachOutput();

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstddef>
 #include <string_view>
 
 namespace tessline {
@@ -32,7 +31,6 @@ constexpr std::uint8_t buttonReportMark = 0xFB;
 constexpr std::uint8_t boundaryMask = 0x30;
 constexpr std::uint8_t firstFragment = 0x20;
 constexpr std::uint8_t continuationFragment = 0x10;
-constexpr std::size_t previewSize = 24;
 
 bool containsAny(Bytes payload, std::span<const Marker> markers) {
   return std::ranges::any_of(

@@ -4,17 +4,22 @@
 
 #include "tessline/events/TesslineEvent.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
 
 namespace tessline {
 
-/// Tests of the bytes that the tool prints of a packet. The remote's packets are told by their
-/// shape: a handle-value notification (0x1B) of the handles 0x0023, 0x0036 or 0x003A within an ACL
-/// packet, in front of which one more byte may stand. Pure functions; every read stays within the
-/// bytes.
+/// Tests of the bytes that the tool prints of a packet: an ACL packet, in front of which one more
+/// byte may stand. The remote's are told by their shape. Buttons and sessions are handle-value
+/// notifications (0x1B) of the handles 0x0023 and 0x003A, button reports those of any handle; a
+/// voice frame is told by its first byte, in a notification of 0x0036 or two bytes further behind
+/// in any first fragment. Pure functions; every read stays within the bytes.
 struct PacketLoggerPayload {
+  /// How many bytes a preview shows.
+  static constexpr std::size_t previewSize = 24;
+
   /// Whether one of the seven notifications of buttons and sessions stands anywhere.
   static bool containsKnownSiriRemoteControlMarker(std::span<const std::uint8_t> payload);
   /// Whether one of the four of those that begin or end a voice session does.
@@ -26,7 +31,7 @@ struct PacketLoggerPayload {
   /// Whether the first 0xFB, which marks a button report, stands behind a notification.
   static bool isSiriRemoteButtonReport(std::span<const std::uint8_t> payload);
 
-  /// The first 24 bytes, for people: "1B 23 00".
+  /// The first `previewSize` bytes, for people: "1B 23 00".
   static std::string payloadPreview(std::span<const std::uint8_t> payload);
 
   /// Whether someone who looks for voice wants to see a packet that meant these events: while voice

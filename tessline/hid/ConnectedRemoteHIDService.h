@@ -23,7 +23,8 @@ namespace tessline {
 /// the connection, and decodes them with one parser.
 ///
 /// Main thread alone, without a lock: `startListening` and `stopListening` publish before they
-/// return, everything else is called back from the main run loop. Failures show as the status of
+/// return, everything else is called back from the main run loop. Set callbacks before starting,
+/// and replace none from within its own call. Failures show as the status of
 /// the next snapshot. After the last owner lets go nothing is called any more, but for one snapshot
 /// "Stopped" from the destructor of a service that was listening.
 class ConnectedRemoteHIDService : public std::enable_shared_from_this<ConnectedRemoteHIDService> {

@@ -17,7 +17,7 @@ enum class Bundle : std::uint8_t {
 };
 
 /// What the host says of this process, its user and its application; read anew by each call. Any
-/// thread.
+/// thread, as long as none changes the environment variables meanwhile.
 class HostEnvironment {
  public:
   virtual ~HostEnvironment() = default;

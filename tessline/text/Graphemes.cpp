@@ -12,6 +12,13 @@ char lowerAscii(char letter) {
   return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
 }
 
+// As bytes: where the word does not stand so, it does not stand as whole characters either.
+bool contains(std::string_view text, std::string_view word, LetterCase letterCase) {
+  if (letterCase == LetterCase::matters) return text.find(word) != std::string_view::npos;
+  const auto isSame = [](char left, char right) { return lowerAscii(left) == lowerAscii(right); };
+  return std::search(text.begin(), text.end(), word.begin(), word.end(), isSame) != text.end();
+}
+
 bool startsWith(std::string_view text, std::string_view word, LetterCase letterCase) {
   if (letterCase == LetterCase::matters || text.size() < word.size()) return text.starts_with(word);
   return std::ranges::equal(text.substr(0, word.size()), word, {}, lowerAscii, lowerAscii);
@@ -47,6 +54,7 @@ std::optional<std::string_view> dropCharacters(std::string_view text, std::size_
 }
 
 std::size_t findCharacters(std::string_view text, std::string_view word, LetterCase letterCase) {
+  if (!contains(text, word, letterCase)) return std::string_view::npos;
   for (GraphemeWalk walk(text); !walk.rest().empty(); walk.next()) {
     if (!startsWith(walk.rest(), word, letterCase)) continue;
     const std::size_t restBehindWord = walk.rest().size() - word.size();

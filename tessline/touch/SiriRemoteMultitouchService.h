@@ -36,7 +36,8 @@ class SiriRemoteMultitouchService
   ~SiriRemoteMultitouchService();
 
   /// Told of the contacts of each frame that began or moved; of none when the last finger is gone
-  /// and when the service stops. The span is valid during the call. Set it before `start`.
+  /// and when the service stops. The span is valid during the call. Set it before `start`, and
+  /// do not replace it from within its own call.
   std::function<void(std::span<const SiriRemoteTouchPoint>)> onTouchesChanged;
 
   /// Whether at least one surface was started.

@@ -2,10 +2,14 @@
 // rest stands in tests/recordings/capture-*.jsonl.
 #include "tessline/capture/PacketLoggerCaptureService.h"
 #include "tessline/platform/simulated/SimulatedHost.h"
+#include "tests/capture/FakeChildProcesses.h"
+#include "tests/support/Bytes.h"
 #include "tests/support/PlatformDecorator.h"
 
 #include <atomic>
+#include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -24,6 +28,9 @@ const std::string selectLine = std::string(54, ' ').replace(0, 4, "RECV") + "1B 
 std::vector<std::uint8_t> bytesOf(std::string_view text) {
   return {text.begin(), text.end()};
 }
+
+const std::string running = "PacketLogger capture running; detected remote A";
+const std::string stopped = "PacketLogger capture stopped";
 
 class CaptureServiceTest : public testing::Test {
  protected:
@@ -44,6 +51,11 @@ class CaptureServiceTest : public testing::Test {
     host->runReady();
   }
   void write(std::string_view text) { host->processes().write(1, bytesOf(text)); }
+  std::vector<std::string> statuses() const {
+    std::vector<std::string> all;
+    for (const Snapshot& snapshot : snapshots) all.push_back(snapshot.status);
+    return all;
+  }
 
   std::shared_ptr<platform::simulated::SimulatedHost> host =
       platform::simulated::SimulatedHost::create();
@@ -88,16 +100,52 @@ TEST_F(CaptureServiceTest, StopNeverReportsAnEnd) {
   EXPECT_EQ(snapshots.size(), 2U);
 }
 
-TEST_F(CaptureServiceTest, EndThatWasReportedBeforeAStopComesAfterIt) {
+TEST_F(CaptureServiceTest, EndThatWasReportedBeforeAStopIsSilentAfterIt) {
+  for (const std::int32_t status : {7, 0}) {
+    start();
+    service->stopCapture();
+    host->processes().exit(host->processes().startedCount(), status);
+    host->runReady();
+    EXPECT_EQ(statuses(), (std::vector<std::string>{running, stopped})) << status;
+    snapshots.clear();
+  }
+}
+
+TEST_F(CaptureServiceTest, StartBeforeTheEndIsHandledDoesNotLoseTheNewTool) {
   start();
-  service->stopCapture();
-  host->processes().exit(1, 7);
+  service->startCapture("A", tool);
+  host->processes().exit(1, 0);
   host->runReady();
-  ASSERT_EQ(snapshots.size(), 3U);
-  EXPECT_EQ(snapshots[1].status, "PacketLogger capture stopped");
-  EXPECT_EQ(snapshots[2].status,
-            "PacketLogger stopped with exit code 7. Administrator approval may have been cancelled "
-            "or PacketLogger could not start.");
+  EXPECT_EQ(statuses(), (std::vector<std::string>{running, running}));
+  EXPECT_TRUE(service->snapshot().isCapturing);
+  EXPECT_TRUE(host->processes().isRunning(2));
+  service.reset();
+  EXPECT_FALSE(host->processes().isRunning(2));
+}
+
+TEST_F(CaptureServiceTest, NewToolsEndIsTold) {
+  start();
+  service->startCapture("A", tool);
+  host->processes().exit(1, 3);
+  host->runReady();
+  host->processes().exit(2, 0);
+  host->runReady();
+  EXPECT_EQ(statuses(), (std::vector<std::string>{running, running, "PacketLogger capture ended"}));
+  EXPECT_FALSE(service->snapshot().isCapturing);
+}
+
+TEST_F(CaptureServiceTest, WorksWithoutCallbacks) {
+  service->onSnapshotChanged = nullptr;
+  service->onTransportEvents = nullptr;
+  start();
+  write(selectLine + "an error: of the tool\n");
+  host->processes().writeError(1, bytesOf("trouble\n"));
+  host->runReady();
+  EXPECT_EQ(service->snapshot().emittedEventCount, 1);
+  EXPECT_EQ(service->snapshot().status, "PacketLogger: trouble");
+  host->processes().exit(1, 0);
+  host->runReady();
+  EXPECT_EQ(service->snapshot().status, "PacketLogger capture ended");
 }
 
 TEST_F(CaptureServiceTest, PacketsAlonePublishNothing) {
@@ -162,6 +210,44 @@ TEST_F(CaptureServiceTest, LongLineIsHeldUntilItsEnd) {
   EXPECT_EQ(service->snapshot().lastAcceptedPayloadPreview->size(), 71U);
 }
 
+// Simulated programs, of which unzip leaves what it was to unpack.
+class UnpackingHost : public PlatformDecorator {
+ public:
+  UnpackingHost(const std::shared_ptr<platform::simulated::SimulatedHost>& host,
+                const std::string& unpacked)
+      : PlatformDecorator(host),
+        processes_(std::make_shared<RedirectedChildProcesses>(host->childProcesses())) {
+    processes_->onLaunch = [host, unpacked](const platform::ProcessDescription& description) {
+      if (description.executable == "/usr/bin/unzip") host->files().setFile(unpacked, {});
+    };
+  }
+  std::shared_ptr<platform::ChildProcesses> childProcesses() override { return processes_; }
+
+ private:
+  const std::shared_ptr<RedirectedChildProcesses> processes_;
+};
+
+TEST_F(CaptureServiceTest, StartInstallsTheRuntimeAndLaunchesItsTool) {
+  const std::string runtime =
+      "/Users/user/Library/Application Support/com.morvane/PacketLoggerHost";
+  const std::string installed = runtime + "/Resources/packetlogger";
+  host->surroundings().resources[{platform::Bundle::main, "PacketLoggerRuntime.payload"}] = "/pack";
+  platform::simulated::SimulatedFile pack;
+  pack.contents = bytes("4d 52 50 4c 01 00 01 00 00 50 4b");
+  host->files().setFile("/pack", pack);
+  platform::simulated::SimulatedProgram ending;
+  ending.status = 0;
+  host->processes().setProgram("/usr/bin/unzip", ending);
+  host->processes().setProgram(installed, {});
+  service = PacketLoggerCaptureService::create(std::make_shared<UnpackingHost>(host, installed));
+  service->startCapture("A", std::nullopt);
+  host->runReady();
+  EXPECT_EQ(service->snapshot().status, running);
+  EXPECT_EQ(service->snapshot().packetLoggerPath, installed);
+  EXPECT_EQ(host->files().contents(runtime + "/.install-version"), bytesOf("1"));
+  EXPECT_TRUE(host->processes().isRunning(host->processes().startedCount()));
+}
+
 // Real queues beneath simulated programs.
 class RealQueues : public PlatformDecorator {
  public:
@@ -170,6 +256,17 @@ class RealQueues : public PlatformDecorator {
     return platform::hostPlatform()->makeSerialQueue(label);
   }
 };
+
+// Whether it was done in time; looks at it again and again.
+template <class Condition>
+bool comesTrue(const Condition& isDone) {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  while (!isDone()) {
+    if (std::chrono::steady_clock::now() > end) return false;
+    std::this_thread::yield();
+  }
+  return true;
+}
 
 TEST(CaptureThreads, SnapshotMayBeReadWhilePacketsCome) {
   const auto host = platform::simulated::SimulatedHost::create();
@@ -181,14 +278,15 @@ TEST(CaptureThreads, SnapshotMayBeReadWhilePacketsCome) {
   service->onSnapshotChanged = [&](const Snapshot&) { isStarted = true; };
   service->onTransportEvents = [&](const std::vector<TesslineEvent>&) { ++events; };
   service->startCapture("A", tool);
-  while (!isStarted) std::this_thread::yield();
+  ASSERT_TRUE(comesTrue([&] { return isStarted.load(); }));
   constexpr int count = 2000;
   std::thread reader([&] {
-    while (events < count) {
+    EXPECT_TRUE(comesTrue([&] {
       const Snapshot snapshot = service->snapshot();
       EXPECT_LE(snapshot.acceptedPacketCount, snapshot.parsedPacketCount);
       EXPECT_LE(snapshot.emittedEventCount, count);
-    }
+      return events == count;
+    })) << "the events do not come";
   });
   for (int line = 0; line < count; ++line) host->processes().write(1, bytesOf(selectLine));
   reader.join();

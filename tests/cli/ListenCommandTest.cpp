@@ -4,12 +4,16 @@
 #include "tests/support/Files.h"
 #include "tests/support/Needs.h"
 
+#include <chrono>
 #include <csignal>
+#include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sstream>
 #include <string>
+#include <string_view>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -19,6 +23,19 @@
 
 namespace tessline::test {
 namespace {
+
+using std::chrono::milliseconds;
+constexpr milliseconds longestWait{60'000};
+// Select is pressed.
+const std::string selectLine = std::string(54, ' ').replace(0, 4, "RECV") + "1B 23 00 03 00";
+
+std::size_t littleEndian(std::string_view bytes) {
+  std::size_t number = 0;
+  for (std::size_t index = bytes.size(); index > 0; --index) {
+    number = number * 256 + static_cast<std::uint8_t>(bytes[index - 1]);
+  }
+  return number;
+}
 
 class ListenCapture : public testing::Test {
  protected:
@@ -34,6 +51,23 @@ class ListenCapture : public testing::Test {
     const std::string tool = directory.file("packetlogger", "#!/bin/sh\n" + script);
     std::filesystem::permissions(tool, std::filesystem::perms::owner_all);
     return tool;
+  }
+  // Writes presses as fast as they are taken, and says which process does.
+  std::string floodingTool() {
+    return scriptedTool("echo $$ > '" + numberFile() + "'\nexec yes '" + selectLine + "'\n");
+  }
+  std::string numberFile() const { return directory / "number"; }
+  // A descriptor that can be read once the flood's process has ended.
+  int floodingProcess() const {
+    return static_cast<int>(::syscall(SYS_pidfd_open, std::stoi(readText(numberFile())), 0));
+  }
+  // It was asked to end, and does so at its own pace.
+  static void expectEnd(int processDescriptor) {
+    ASSERT_GE(processDescriptor, 0) << "the tool does not run";
+    pollfd process = {processDescriptor, POLLIN, 0};
+    EXPECT_EQ(::poll(&process, 1, static_cast<int>(longestWait.count())), 1)
+        << "the tool did not end";
+    ::close(processDescriptor);
   }
   // The process of that program: a descriptor that can be read once it has ended; none without one.
   static int processOf(const std::string& tool) {
@@ -55,17 +89,61 @@ TEST_F(ListenCapture, ShowsEventsUntilItIsInterruptedAndEndsTheTool) {
   Command command({"listen", "capture", "--tool", tool, "--address", "AA:BB"});
   const std::string output = command.readUntil("pressed");
   EXPECT_NE(output.find("PacketLogger capture running; detected remote AA:BB"), std::string::npos);
-  pollfd process = {processOf(tool), POLLIN, 0};
-  ASSERT_GE(process.fd, 0) << "the tool does not run";
+  const int process = processOf(tool);
   command.send(SIGINT);
   const CommandResult result = command.finish();
   EXPECT_EQ(result.signal, SIGINT);
   EXPECT_NE(result.output.find("PacketLogger capture stopped"), std::string::npos) << result.output;
   EXPECT_EQ(result.errors, "");
-  // It was asked to end, and does so at its own pace.
-  constexpr int longestWait = 60'000;
-  EXPECT_EQ(::poll(&process, 1, longestWait), 1) << "the tool did not end";
-  ::close(process.fd);
+  expectEnd(process);
+}
+
+TEST_F(ListenCapture, ReaderThatGoesAwayAmidAFloodEndsItInGoodOrder) {
+  const std::string tool = floodingTool();
+  for (int round = 0; round < 5; ++round) {
+    Command command({"listen", "capture", "--tool", tool, "--address", "A"});
+    ASSERT_NE(command.readUntil("select pressed"), "");
+    const int process = floodingProcess();
+    command.closeOutput();
+    ASSERT_TRUE(command.endsWithin(longestWait));
+    const CommandResult result = command.finish();
+    EXPECT_EQ(result.signal, 0);
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.errors, "");
+    expectEnd(process);
+  }
+}
+
+TEST_F(ListenCapture, ReaderThatGoesAwayLeavesTheVoiceFilesWhole) {
+  const auto voice = directory / "voice";
+  Command command({"listen", "capture", "--tool", simulatedTool(), "--address", "A", "--format",
+                   "jsonl", "--voice", voice.native(), "--wav"});
+  ASSERT_NE(command.readUntil("\"voiceFrame\""), "");
+  command.closeOutput();
+  EXPECT_EQ(command.finish().exitCode, 0);
+  EXPECT_EQ(readText(voice / "voice-001.opus").substr(0, 4), "OggS");
+  const std::string wav = readText(voice / "voice-001.wav");
+  ASSERT_GE(wav.size(), 8U);
+  EXPECT_EQ(littleEndian(wav.substr(4, 4)), wav.size() - 8);
+}
+
+// The capture's queue hangs in a write; a stop never gets its turn.
+TEST_F(ListenCapture, SecondSignalEndsItThoughNobodyReadsItsOutput) {
+  constexpr std::size_t almostAPipe = 61440;
+  Command command(
+      {"listen", "capture", "--tool", floodingTool(), "--address", "A", "--format", "jsonl"});
+  ASSERT_TRUE(command.waitForUnreadOutput(almostAPipe));
+  const int process = floodingProcess();
+  command.send(SIGINT);
+  // One that comes together with the first is none.
+  bool hasEnded = false;
+  for (int count = 0; count < 100 && !hasEnded; ++count) {
+    command.send(SIGTERM);
+    hasEnded = command.endsWithin(milliseconds(100));
+  }
+  ASSERT_TRUE(hasEnded);
+  EXPECT_EQ(command.finish().signal, SIGTERM);
+  expectEnd(process);
 }
 
 TEST_F(ListenCapture, WritesJsonLines) {
@@ -113,9 +191,8 @@ TEST_F(ListenCapture, FailsWithTheTool) {
 }
 
 TEST_F(ListenCapture, LastLineBeforeTheEndIsNotLost) {
-  const std::string line = std::string(54, ' ').replace(0, 4, "RECV") + "1B 23 00 03 00";
   const CommandResult result = runCommand({"listen", "capture", "--address", "A", "--tool",
-                                           scriptedTool("echo '" + line + "'\nexit 0\n")});
+                                           scriptedTool("echo '" + selectLine + "'\nexit 0\n")});
   EXPECT_NE(result.output.find("select pressed"), std::string::npos) << result.output;
   EXPECT_LT(result.output.find("select pressed"), result.output.find("capture ended"));
 }

@@ -206,6 +206,24 @@ TEST_F(PosixChildProcess, TextWithoutAnInterpreterCannotBeLaunched) {
   expectLaunchError(path, ENOEXEC);
 }
 
+TEST_F(PosixChildProcess, PipeOfAnotherProgramIsALaunchError) {
+  const ObservedProcess first = started({"/bin/true", {}});
+  const auto second = processes().makeProcess({.executable = "/bin/true",
+                                               .arguments = {},
+                                               .standardOutput = first.output,
+                                               .standardError = nullptr});
+  try {
+    second->launch();
+    ADD_FAILURE() << "it would write elsewhere";
+  } catch (const TesslineError& error) {
+    EXPECT_EQ(error.code(), EBADF);
+    EXPECT_TRUE(error.localizedDescription().starts_with("/bin/true: "));
+  }
+  EXPECT_FALSE(second->isRunning());
+  waitForEnd(first);
+  EXPECT_TRUE(hasNoChildren());
+}
+
 TEST_F(PosixChildProcess, ProgramKnowsItsPathAndArguments) {
   const TemporaryDirectory directory;
   const std::string path = directory.file("script", "#!/bin/sh\nprintf '%s|' \"$0\" \"$@\"\n");
@@ -370,6 +388,22 @@ TEST_F(PosixChildProcess, ManyStartsLeaveNothingBehind) {
   // Threads and pipes go when their last handlers have returned.
   EXPECT_TRUE(backend.waitUntil([&] { return countOf("/proc/self/fd") <= descriptors; }));
   EXPECT_TRUE(backend.waitUntil([&] { return countOf("/proc/self/task") <= threads; }));
+}
+
+TEST_F(PosixChildProcess, ThreadsAreCalledAfterWhatTheyDo) {
+  TESSLINE_NEEDS_PROC();
+  const auto isThere = [](const std::string& name) {
+    for (const auto& thread : fs::directory_iterator("/proc/self/task")) {
+      std::string line;
+      std::getline(std::ifstream(thread.path() / "comm") >> std::ws, line);
+      if (line == name) return true;
+    }
+    return false;
+  };
+  const ObservedProcess observed = started(backend.endless());
+  waitFor([&] { return isThere("tessline-io") && isThere("tessline-wait"); });
+  observed.process->terminate();
+  waitForEnd(observed);
 }
 
 TEST_F(PosixChildProcess, FailedLaunchesLeaveNothingBehind) {

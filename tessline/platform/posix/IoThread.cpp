@@ -1,10 +1,13 @@
 #include "tessline/platform/posix/IoThread.h"
 
+#include "tessline/platform/posix/ThreadName.h"
+
 namespace tessline::platform {
 
 IoThread& IoThread::shared() {
   static IoThread* const thread = new IoThread();
-  // Destroyed with the process's other static objects, before anything that handlers might use.
+  // Stops before any static object goes that was there before the first pipe. What is made later
+  // goes while handlers may still be called, and must not be used by them.
   struct StopAtExit {
     ~StopAtExit() { thread->stop(); }
   };
@@ -13,7 +16,10 @@ IoThread& IoThread::shared() {
 }
 
 IoThread::IoThread()
-    : keepsRunning_(asio::make_work_guard(context_)), thread_([this] { context_.run(); }) {}
+    : keepsRunning_(asio::make_work_guard(context_)), thread_([this] {
+        nameThisThread("tessline-io");
+        context_.run();
+      }) {}
 
 void IoThread::stop() {
   context_.stop();

@@ -2,6 +2,7 @@
 
 #include "tessline/platform/posix/IoThread.h"
 #include "tessline/platform/posix/PosixPipe.h"
+#include "tessline/platform/posix/ThreadName.h"
 
 #include <array>
 #include <cerrno>
@@ -31,27 +32,41 @@ namespace {
 constexpr std::int32_t unknownStatus = -1;
 constexpr int firstInheritedNever = 3;
 
-// What a child's stream becomes; throws.
+// Of several calls.
+class FirstError {
+ public:
+  void note(int number) {
+    if (number_ == 0) number_ = number;
+  }
+  // 0 if there is none.
+  int number() const { return number_; }
+
+ private:
+  int number_ = 0;
+};
+
+// What becomes of a child's descriptors.
 class SpawnActions {
  public:
-  SpawnActions() { ::posix_spawn_file_actions_init(&actions_); }
+  explicit SpawnActions(FirstError& error) : error_(error) {
+    error_.note(::posix_spawn_file_actions_init(&actions_));
+  }
   SpawnActions(const SpawnActions&) = delete;
   SpawnActions& operator=(const SpawnActions&) = delete;
   ~SpawnActions() { ::posix_spawn_file_actions_destroy(&actions_); }
 
   void open(int stream, const char* path) {
-    ::posix_spawn_file_actions_addopen(&actions_, stream, path, O_RDONLY, 0);
+    error_.note(::posix_spawn_file_actions_addopen(&actions_, stream, path, O_RDONLY, 0));
   }
   void connect(int stream, const std::shared_ptr<Pipe>& pipe) {
-    if (pipe) {
-      ::posix_spawn_file_actions_adddup2(&actions_,
-                                         static_cast<const PosixPipe&>(*pipe).writingEnd(), stream);
-    }
+    if (!pipe) return;
+    const int writingEnd = static_cast<const PosixPipe&>(*pipe).writingEnd();
+    error_.note(::posix_spawn_file_actions_adddup2(&actions_, writingEnd, stream));
   }
   // Whatever else is open here, by whomever.
   void closeTheRest() {
 #ifndef __APPLE__
-    ::posix_spawn_file_actions_addclosefrom_np(&actions_, firstInheritedNever);
+    error_.note(::posix_spawn_file_actions_addclosefrom_np(&actions_, firstInheritedNever));
 #endif
   }
   const posix_spawn_file_actions_t* get() const {
@@ -60,24 +75,25 @@ class SpawnActions {
 
  private:
   posix_spawn_file_actions_t actions_{};
+  FirstError& error_;
 };
 
 // Every signal as a fresh process has it: what this one ignores or holds back is its own business.
 class SpawnAttributes {
  public:
-  SpawnAttributes() {
-    ::posix_spawnattr_init(&attributes_);
+  explicit SpawnAttributes(FirstError& error) : error_(error) {
+    error_.note(::posix_spawnattr_init(&attributes_));
     sigset_t all;
     sigfillset(&all);
-    ::posix_spawnattr_setsigdefault(&attributes_, &all);
+    error_.note(::posix_spawnattr_setsigdefault(&attributes_, &all));
     sigset_t none;
     sigemptyset(&none);
-    ::posix_spawnattr_setsigmask(&attributes_, &none);
+    error_.note(::posix_spawnattr_setsigmask(&attributes_, &none));
     short flags = POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK;
 #ifdef __APPLE__
     flags |= POSIX_SPAWN_CLOEXEC_DEFAULT;
 #endif
-    ::posix_spawnattr_setflags(&attributes_, flags);
+    error_.note(::posix_spawnattr_setflags(&attributes_, flags));
   }
   SpawnAttributes(const SpawnAttributes&) = delete;
   SpawnAttributes& operator=(const SpawnAttributes&) = delete;
@@ -91,6 +107,7 @@ class SpawnAttributes {
 
  private:
   posix_spawnattr_t attributes_{};
+  FirstError& error_;
 };
 
 // What outlives the process object while the program runs.
@@ -111,22 +128,16 @@ class RunningChild : public std::enable_shared_from_this<RunningChild> {
   }
 
   void launch() {
-    SpawnActions actions;
-    actions.open(STDIN_FILENO, "/dev/null");
-    actions.connect(STDOUT_FILENO, description_.standardOutput);
-    actions.connect(STDERR_FILENO, description_.standardError);
-    actions.closeTheRest();
-    std::vector<char*> arguments = {description_.executable.data()};
-    for (std::string& argument : description_.arguments) arguments.push_back(argument.data());
-    arguments.push_back(nullptr);
-    const int error = ::posix_spawn(&pid_, description_.executable.c_str(), actions.get(),
-                                    SpawnAttributes().get(), arguments.data(), environ);
+    int error = 0;
+    {
+      // What the program writes may be handled before this has returned, and whoever does must see
+      // that it runs.
+      const std::lock_guard lock(mutex_);
+      error = spawn();
+      isRunning_ = error == 0;
+    }
     closeWritingEnds();
     if (error != 0) throwPosixError(error, description_.executable);
-    {
-      const std::lock_guard lock(mutex_);
-      isRunning_ = true;
-    }
     startWaiting();
   }
 
@@ -150,6 +161,23 @@ class RunningChild : public std::enable_shared_from_this<RunningChild> {
  private:
   using Pipes = std::array<std::shared_ptr<Pipe>, 2>;
 
+  // 0, or why not.
+  int spawn() {
+    FirstError error;
+    SpawnActions actions(error);
+    actions.open(STDIN_FILENO, "/dev/null");
+    actions.connect(STDOUT_FILENO, description_.standardOutput);
+    actions.connect(STDERR_FILENO, description_.standardError);
+    actions.closeTheRest();
+    std::vector<char*> arguments = {description_.executable.data()};
+    for (std::string& argument : description_.arguments) arguments.push_back(argument.data());
+    arguments.push_back(nullptr);
+    const SpawnAttributes attributes(error);
+    if (error.number() != 0) return error.number();
+    return ::posix_spawn(&pid_, description_.executable.c_str(), actions.get(), attributes.get(),
+                         arguments.data(), environ);
+  }
+
   Pipes takePipes() {
     const std::lock_guard lock(mutex_);
     return {std::move(description_.standardOutput), std::move(description_.standardError)};
@@ -165,16 +193,26 @@ class RunningChild : public std::enable_shared_from_this<RunningChild> {
   void startWaiting() {
     try {
       IoThread::shared();
-      std::thread([self = shared_from_this()] { self->waitForEnd(); }).detach();
+      std::thread([self = shared_from_this()] {
+        nameThisThread("tessline-wait");
+        self->waitForEnd();
+      }).detach();
     } catch (const std::system_error& error) {
-      {
-        const std::lock_guard lock(mutex_);
-        isRunning_ = false;
-      }
-      ::kill(pid_, SIGKILL);
-      while (::waitpid(pid_, nullptr, 0) < 0 && errno == EINTR) {
-      }
+      killAndCollect();
       throwPosixError(error.code().value(), description_.executable);
+    } catch (...) {
+      killAndCollect();
+      throw;
+    }
+  }
+
+  void killAndCollect() {
+    {
+      const std::lock_guard lock(mutex_);
+      isRunning_ = false;
+    }
+    ::kill(pid_, SIGKILL);
+    while (::waitpid(pid_, nullptr, 0) < 0 && errno == EINTR) {
     }
   }
 

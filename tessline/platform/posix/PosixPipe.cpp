@@ -43,7 +43,8 @@ std::pair<Descriptor, Descriptor> makeEnds() {
 
 PosixPipe::PosixPipe() : readingEnd_(IoThread::shared().context()) {
   auto [reading, writing] = makeEnds();
-  readingEnd_.assign(reading.release());
+  readingEnd_.assign(reading.get());
+  reading.release();
   readingEnd_.non_blocking(true);
   writingEnd_ = std::move(writing);
 }

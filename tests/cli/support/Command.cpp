@@ -8,6 +8,8 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
+#include <sys/ioctl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -111,8 +113,30 @@ std::string Command::readUntil(std::string_view text) {
   return result_.output;
 }
 
+// Looks again whenever there is more, or a while has passed without its being told.
+bool Command::waitForUnreadOutput(std::size_t size) {
+  constexpr int looks = 6000;
+  for (int look = 0; look < looks; ++look) {
+    int present = 0;
+    if (::ioctl(output_, FIONREAD, &present) != 0) fail(errno, "FIONREAD");
+    if (static_cast<std::size_t>(present) >= size) return true;
+    if (endsWithin(std::chrono::milliseconds(10))) return false;
+  }
+  return false;
+}
+
 void Command::send(int signalNumber) {
   ::kill(process_, signalNumber);
+}
+
+bool Command::endsWithin(std::chrono::milliseconds time) {
+  pollfd process = {static_cast<int>(::syscall(SYS_pidfd_open, process_, 0)), POLLIN, 0};
+  if (process.fd < 0) fail(errno, "pidfd_open");
+  int ready = 0;
+  while ((ready = ::poll(&process, 1, static_cast<int>(time.count()))) < 0 && errno == EINTR) {
+  }
+  ::close(process.fd);
+  return ready == 1;
 }
 
 CommandResult Command::finish() {

@@ -2,7 +2,9 @@
 /// Running the `tessline` command as a user would.
 #pragma once
 
+#include <chrono>
 #include <csignal>
+#include <cstddef>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -38,7 +40,11 @@ class Command {
   /// Waits until the output holds `text`, and gives all of the output so far. Empty if the output
   /// ends before.
   std::string readUntil(std::string_view text);
+  /// Waits until so many bytes of output lie there that nobody has read; whether they do in time.
+  bool waitForUnreadOutput(std::size_t size);
   void send(int signalNumber);
+  /// Whether it ends by then, though nobody reads its output.
+  bool endsWithin(std::chrono::milliseconds time);
   /// Closes the input, reads the output to its end and waits for the process.
   CommandResult finish();
 
