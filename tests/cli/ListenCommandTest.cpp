@@ -7,13 +7,11 @@
 #include <chrono>
 #include <csignal>
 #include <cstddef>
-#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sstream>
 #include <string>
-#include <string_view>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -29,12 +27,12 @@ constexpr milliseconds longestWait{60'000};
 // Select is pressed.
 const std::string selectLine = std::string(54, ' ').replace(0, 4, "RECV") + "1B 23 00 03 00";
 
-std::size_t littleEndian(std::string_view bytes) {
-  std::size_t number = 0;
-  for (std::size_t index = bytes.size(); index > 0; --index) {
-    number = number * 256 + static_cast<std::uint8_t>(bytes[index - 1]);
-  }
-  return number;
+// Whether the last page of an Ogg file says that it is the last.
+bool hasAnEnd(const std::string& ogg) {
+  constexpr std::size_t flags = 5;
+  constexpr int endOfStream = 4;
+  const std::size_t page = ogg.rfind("OggS");
+  return page != std::string::npos && (ogg.at(page + flags) & endOfStream) != 0;
 }
 
 class ListenCapture : public testing::Test {
@@ -121,10 +119,8 @@ TEST_F(ListenCapture, ReaderThatGoesAwayLeavesTheVoiceFilesWhole) {
   ASSERT_NE(command.readUntil("\"voiceFrame\""), "");
   command.closeOutput();
   EXPECT_EQ(command.finish().exitCode, 0);
-  EXPECT_EQ(readText(voice / "voice-001.opus").substr(0, 4), "OggS");
-  const std::string wav = readText(voice / "voice-001.wav");
-  ASSERT_GE(wav.size(), 8U);
-  EXPECT_EQ(littleEndian(wav.substr(4, 4)), wav.size() - 8);
+  EXPECT_TRUE(hasAnEnd(readText(voice / "voice-001.opus")));
+  EXPECT_EQ(readText(voice / "voice-001.wav").substr(0, 4), "RIFF");
 }
 
 // The capture's queue hangs in a write; a stop never gets its turn.
