@@ -2,6 +2,7 @@
 /// Porting contract: where this process runs, and what came with its application.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -30,6 +31,8 @@ class HostEnvironment {
   virtual std::string homeDirectory() = 0;
   /// Where applications keep the user's data; none if the host does not say.
   virtual std::optional<std::string> applicationSupportDirectory() = 0;
+  /// The date and time now, as the user's clock shows it; it may be set.
+  virtual std::chrono::system_clock::time_point currentDate() = 0;
   /// The identifier of the application; none if it has none.
   virtual std::optional<std::string> mainBundleIdentifier() = 0;
   /// The path of a resource of that name, with `extension` behind a dot unless it is empty; none if

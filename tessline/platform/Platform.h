@@ -3,6 +3,7 @@
 #pragma once
 
 #include "tessline/platform/Accessibility.h"
+#include "tessline/platform/BluetoothCentral.h"
 #include "tessline/platform/ChildProcess.h"
 #include "tessline/platform/FileManager.h"
 #include "tessline/platform/HIDManager.h"
@@ -37,6 +38,11 @@ class Platform {
 
   /// A HID manager, neither scheduled nor open. Main thread.
   virtual std::shared_ptr<HIDManager> makeHIDManager() = 0;
+
+  /// A Bluetooth central that tells `delegate`, while it lives, what happens, on `queue`. Never
+  /// null: on a host without Bluetooth its state is unsupported. Called on `queue`.
+  virtual std::shared_ptr<BluetoothCentral> makeBluetoothCentral(
+      std::weak_ptr<BluetoothCentralDelegate> delegate, std::shared_ptr<SerialQueue> queue) = 0;
 
   /// Opens the multitouch library that stands at `path`, resolving all that it needs at once.
   virtual std::shared_ptr<MultitouchLibrary> openMultitouchLibrary(std::string_view path) = 0;

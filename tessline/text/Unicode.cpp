@@ -83,6 +83,19 @@ bool startsWithIgnoringCase(std::string_view text, std::string_view prefix) {
   return front == wanted;
 }
 
+UnicodeCategory unicodeCategory(char32_t scalar) {
+  switch (*utf8proc_category_string(static_cast<utf8proc_int32_t>(scalar))) {
+    case 'L':
+      return UnicodeCategory::letter;
+    case 'M':
+      return UnicodeCategory::mark;
+    case 'N':
+      return UnicodeCategory::number;
+    default:
+      return UnicodeCategory::other;
+  }
+}
+
 std::strong_ordering compareCanonically(std::string_view left, std::string_view right) {
   return composed(left).compare(composed(right)) <=> 0;
 }

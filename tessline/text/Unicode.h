@@ -4,6 +4,7 @@
 #pragma once
 
 #include <compare>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -21,5 +22,16 @@ bool startsWithIgnoringCase(std::string_view text, std::string_view prefix);
 /// The order of two texts in Unicode's canonical order: by their scalars when composed (NFC),
 /// letter case included. Texts that differ only in how characters are composed are equal.
 std::strong_ordering compareCanonically(std::string_view left, std::string_view right);
+
+/// What kind of character a scalar is, by the first letter of its general category.
+enum class UnicodeCategory : std::uint8_t {
+  letter,  ///< L
+  mark,    ///< M
+  number,  ///< N
+  other,   ///< P, S, Z and C
+};
+
+/// The kind of that scalar.
+UnicodeCategory unicodeCategory(char32_t scalar);
 
 }  // namespace tessline

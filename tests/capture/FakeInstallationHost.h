@@ -33,6 +33,7 @@ class ScriptedEnvironment : public platform::HostEnvironment {
   std::map<std::string, std::string> variables() override { return {}; }
   std::uint32_t effectiveUserID() override { return 501; }
   std::string homeDirectory() override { return home; }
+  std::chrono::system_clock::time_point currentDate() override { return {}; }
   std::optional<std::string> applicationSupportDirectory() override { return applicationSupport; }
   std::optional<std::string> mainBundleIdentifier() override { return identifier; }
   std::optional<std::string> resource(platform::Bundle bundle, std::string_view name,

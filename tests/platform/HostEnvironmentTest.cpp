@@ -1,7 +1,9 @@
 #include "tessline/platform/Platform.h"
+#include "tessline/platform/simulated/SimulatedHost.h"
 #include "tests/support/Files.h"
 #include "tests/support/Needs.h"
 
+#include <chrono>
 #include <cstddef>
 #include <cstdlib>
 #include <filesystem>
@@ -110,6 +112,25 @@ TEST_F(HostEnvironment, DataGoBelowTheHomeWithoutAnAbsolutePath) {
 
 TEST_F(HostEnvironment, ApplicationHasNoIdentifier) {
   EXPECT_EQ(environment->mainBundleIdentifier(), std::nullopt);
+}
+
+TEST_F(HostEnvironment, DateIsThatOfTheSystemClock) {
+  const auto before = std::chrono::system_clock::now();
+  const auto date = environment->currentDate();
+  const auto after = std::chrono::system_clock::now();
+  EXPECT_LE(before, date);
+  EXPECT_LE(date, after);
+}
+
+TEST(SimulatedEnvironment, DateMovesWithTheVirtualClock) {
+  using namespace std::chrono_literals;
+  const auto host = platform::simulated::SimulatedHost::create();
+  const auto environment = host->environment();
+  EXPECT_EQ(environment->currentDate(), host->surroundings().startDate);
+  host->advance(1500ms);
+  EXPECT_EQ(environment->currentDate(), host->surroundings().startDate + 1500ms);
+  host->surroundings().startDate = std::chrono::system_clock::time_point(7s);
+  EXPECT_EQ(environment->currentDate(), std::chrono::system_clock::time_point(8500ms));
 }
 
 class HostEnvironmentDeathTest : public HostEnvironment {

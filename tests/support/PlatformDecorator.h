@@ -23,6 +23,11 @@ class PlatformDecorator : public platform::Platform {
   std::shared_ptr<platform::HIDManager> makeHIDManager() override {
     return inner_->makeHIDManager();
   }
+  std::shared_ptr<platform::BluetoothCentral> makeBluetoothCentral(
+      std::weak_ptr<platform::BluetoothCentralDelegate> delegate,
+      std::shared_ptr<platform::SerialQueue> queue) override {
+    return inner_->makeBluetoothCentral(std::move(delegate), std::move(queue));
+  }
   std::shared_ptr<platform::MultitouchLibrary> openMultitouchLibrary(
       std::string_view path) override {
     return inner_->openMultitouchLibrary(path);

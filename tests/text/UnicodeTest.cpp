@@ -72,5 +72,44 @@ TEST(CompareCanonically, OrdersScalarsBeyondTheBasicPlaneLast) {
   EXPECT_TRUE(compareCanonically("\uFFFD", "\U0001F600") < 0);
 }
 
+TEST(UnicodeCategory, EveryKindOfLetterIsALetter) {
+  // Upper, lower, title case, modifier, other, and one beyond the basic plane.
+  for (const char32_t scalar :
+       {U'A', U'\u00DF', U'z', U'\u01C5', U'\u02B0', U'\u9065', U'\u0130', U'\U0001D400'}) {
+    EXPECT_EQ(unicodeCategory(scalar), UnicodeCategory::letter) << +scalar;
+  }
+}
+
+TEST(UnicodeCategory, EveryKindOfMarkIsAMark) {
+  // Nonspacing, spacing and enclosing ones.
+  for (const char32_t scalar : {U'\u0301', U'\u0903', U'\u20DD', U'\uFE0F', U'\U000E0100'}) {
+    EXPECT_EQ(unicodeCategory(scalar), UnicodeCategory::mark) << +scalar;
+  }
+}
+
+TEST(UnicodeCategory, EveryKindOfNumberIsANumber) {
+  // Digits of several scripts, a Roman number, a fraction, a digit in a circle.
+  for (const char32_t scalar :
+       {U'0', U'9', U'\u0661', U'\uFF11', U'\u2160', U'\u00BD', U'\u2460', U'\U0001D7D8'}) {
+    EXPECT_EQ(unicodeCategory(scalar), UnicodeCategory::number) << +scalar;
+  }
+}
+
+TEST(UnicodeCategory, NothingElseIsAnyOfThem) {
+  // Separators, punctuation, symbols, controls, formats, private use, unassigned, surrogates.
+  for (const char32_t scalar : {U' ',      U'\u2028', U'-',      U'_',          U'(',
+                                U'+',      U'$',      U'^',      U'\u00A9',     U'\u24B6',
+                                U'\0',     U'\n',     U'\u200D', U'\u0600',     U'\uE000',
+                                U'\u0378', U'\uFFFD', U'\uFFFF', U'\U0001F600', char32_t{0xD800}}) {
+    EXPECT_EQ(unicodeCategory(scalar), UnicodeCategory::other) << +scalar;
+  }
+}
+
+TEST(UnicodeCategory, NumbersThatAreNoScalarsAreOther) {
+  for (const char32_t number : {char32_t{0x110000}, char32_t{0x7FFFFFFF}, char32_t{0xFFFFFFFF}}) {
+    EXPECT_EQ(unicodeCategory(number), UnicodeCategory::other) << +number;
+  }
+}
+
 }  // namespace
 }  // namespace tessline::test

@@ -8,9 +8,11 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include <asio/executor_work_guard.hpp>
 #include <asio/io_context.hpp>
@@ -56,6 +58,20 @@ class SystemLog : public LogSink {
   }
 };
 
+// Bluetooth is not offered on this host yet.
+class NoBluetooth : public BluetoothCentral {
+ public:
+  BluetoothState state() const override { return BluetoothState::unsupported; }
+  std::vector<std::shared_ptr<BluetoothPeripheral>> retrieveConnectedPeripherals(
+      std::span<const BluetoothUUID>) override {
+    return {};
+  }
+  void scanForPeripherals(const BluetoothScanOptions&) override {}
+  void stopScan() override {}
+  void connect(const std::shared_ptr<BluetoothPeripheral>&) override {}
+  void cancelPeripheralConnection(const std::shared_ptr<BluetoothPeripheral>&) override {}
+};
+
 // Windows, screens and the pointer are not offered on this host yet.
 class NoAccessibility : public Accessibility {
  public:
@@ -91,6 +107,16 @@ class LinuxPlatform : public Platform {
   std::shared_ptr<LogSink> logSink() override { return logSink_; }
   // Not offered on this host yet.
   std::shared_ptr<HIDManager> makeHIDManager() override { return nullptr; }
+  std::shared_ptr<BluetoothCentral> makeBluetoothCentral(
+      std::weak_ptr<BluetoothCentralDelegate> delegate,
+      std::shared_ptr<SerialQueue> queue) override {
+    auto central = std::make_shared<NoBluetooth>();
+    queue->async([weak = std::weak_ptr(central), delegate = std::move(delegate)] {
+      const auto told = delegate.lock();
+      if (told && !weak.expired()) told->centralManagerDidUpdateState();
+    });
+    return central;
+  }
   std::shared_ptr<MultitouchLibrary> openMultitouchLibrary(std::string_view) override {
     return nullptr;
   }

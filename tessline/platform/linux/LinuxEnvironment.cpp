@@ -48,6 +48,10 @@ class LinuxEnvironment : public HostEnvironment {
     return named ? *named : homeDirectory() + "/.local/share";
   }
 
+  std::chrono::system_clock::time_point currentDate() override {
+    return std::chrono::system_clock::now();
+  }
+
   std::optional<std::string> mainBundleIdentifier() override { return std::nullopt; }
 
   std::optional<std::string> resource(Bundle bundle, std::string_view name,

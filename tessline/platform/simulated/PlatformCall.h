@@ -13,9 +13,9 @@
 
 namespace tessline::platform::simulated {
 
-/// What a call carried: numbers, text, truth values and lists of numbers.
-using CallArgument =
-    std::variant<std::int64_t, double, bool, std::string, std::vector<std::int64_t>>;
+/// What a call carried: numbers, text, truth values and lists.
+using CallArgument = std::variant<std::int64_t, double, bool, std::string,
+                                  std::vector<std::int64_t>, std::vector<std::string>>;
 
 /// A call as the simulated host saw it, under the name that the operation has on macOS where it has
 /// one.

@@ -5,7 +5,9 @@
 #include "tessline/platform/FileManager.h"
 #include "tessline/platform/HostEnvironment.h"
 #include "tessline/platform/simulated/CallLog.h"
+#include "tessline/platform/simulated/VirtualScheduler.h"
 
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -65,10 +67,18 @@ class SimulatedFileManager : public FileManager {
 /// Everything may be set at any time. Not synchronised.
 class SimulatedEnvironment : public HostEnvironment {
  public:
+  /// The date moves with the clock of `scheduler`.
+  explicit SimulatedEnvironment(std::shared_ptr<VirtualScheduler> scheduler)
+      : scheduler_(std::move(scheduler)) {}
+
   std::map<std::string, std::string> variables() override { return environmentVariables; }
   std::uint32_t effectiveUserID() override { return userID; }
   std::string homeDirectory() override { return home; }
   std::optional<std::string> applicationSupportDirectory() override { return applicationSupport; }
+  std::chrono::system_clock::time_point currentDate() override {
+    return startDate +
+           std::chrono::duration_cast<std::chrono::system_clock::duration>(scheduler_->now());
+  }
   std::optional<std::string> mainBundleIdentifier() override { return identifier; }
   std::optional<std::string> resource(Bundle bundle, std::string_view name,
                                       std::string_view extension) override;
@@ -79,8 +89,13 @@ class SimulatedEnvironment : public HostEnvironment {
   /// Where applications keep the user's data.
   std::optional<std::string> applicationSupport = "/Users/user/Library/Application Support";
   std::optional<std::string> identifier;  ///< The application's.
+  /// The date when the clock started: the first second of 2026.
+  std::chrono::system_clock::time_point startDate{std::chrono::seconds(1767225600)};
   /// The paths of resources, by bundle and file name.
   std::map<std::pair<Bundle, std::string>, std::string> resources;
+
+ private:
+  std::shared_ptr<VirtualScheduler> scheduler_;
 };
 
 }  // namespace tessline::platform::simulated

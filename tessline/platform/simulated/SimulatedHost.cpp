@@ -46,10 +46,12 @@ SimulatedHost::SimulatedHost()
       mainRunLoop_(std::make_shared<SimulatedMainRunLoop>(scheduler_)),
       logSink_(std::make_shared<RecordedLogSink>(calls_)),
       hid_(std::make_shared<SimulatedHIDBus>(mainRunLoop_, calls_)),
+      bluetooth_(std::make_shared<SimulatedBluetooth>(calls_)),
       multitouch_(std::make_shared<SimulatedMultitouch>(calls_)),
       desktop_(std::make_shared<SimulatedDesktop>(calls_)),
       processes_(std::make_shared<SimulatedProcesses>(calls_)),
-      files_(std::make_shared<SimulatedFileManager>(calls_)) {}
+      files_(std::make_shared<SimulatedFileManager>(calls_)),
+      environment_(std::make_shared<SimulatedEnvironment>(scheduler_)) {}
 
 // Waiting work may hold facilities that hold the scheduler that holds the work, and running
 // programs hold what keeps them running.

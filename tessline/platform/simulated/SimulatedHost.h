@@ -4,6 +4,7 @@
 
 #include "tessline/platform/Platform.h"
 #include "tessline/platform/simulated/CallLog.h"
+#include "tessline/platform/simulated/SimulatedBluetooth.h"
 #include "tessline/platform/simulated/SimulatedDesktop.h"
 #include "tessline/platform/simulated/SimulatedFiles.h"
 #include "tessline/platform/simulated/SimulatedHIDBus.h"
@@ -13,6 +14,7 @@
 
 #include <memory>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace tessline::platform::simulated {
@@ -35,6 +37,11 @@ class SimulatedHost : public Platform {
   std::shared_ptr<MainRunLoop> mainRunLoop() override { return mainRunLoop_; }
   std::shared_ptr<LogSink> logSink() override { return logSink_; }
   std::shared_ptr<HIDManager> makeHIDManager() override { return hid_->makeManager(); }
+  std::shared_ptr<BluetoothCentral> makeBluetoothCentral(
+      std::weak_ptr<BluetoothCentralDelegate> delegate,
+      std::shared_ptr<SerialQueue> queue) override {
+    return bluetooth_->makeCentral(std::move(delegate), std::move(queue));
+  }
   std::shared_ptr<MultitouchLibrary> openMultitouchLibrary(std::string_view path) override {
     return multitouch_->open(path);
   }
@@ -54,6 +61,8 @@ class SimulatedHost : public Platform {
   VirtualScheduler& scheduler() { return *scheduler_; }
   /// The HID interfaces.
   SimulatedHIDBus& hid() { return *hid_; }
+  /// Bluetooth and the peripherals.
+  SimulatedBluetooth& bluetooth() { return *bluetooth_; }
   /// The touch surfaces.
   SimulatedMultitouch& multitouch() { return *multitouch_; }
   /// The screens, the pointer and the windows.
@@ -75,11 +84,12 @@ class SimulatedHost : public Platform {
   std::shared_ptr<MainRunLoop> mainRunLoop_;
   std::shared_ptr<LogSink> logSink_;
   std::shared_ptr<SimulatedHIDBus> hid_;
+  std::shared_ptr<SimulatedBluetooth> bluetooth_;
   std::shared_ptr<SimulatedMultitouch> multitouch_;
   std::shared_ptr<SimulatedDesktop> desktop_;
   std::shared_ptr<SimulatedProcesses> processes_;
   std::shared_ptr<SimulatedFileManager> files_;
-  std::shared_ptr<SimulatedEnvironment> environment_ = std::make_shared<SimulatedEnvironment>();
+  std::shared_ptr<SimulatedEnvironment> environment_;
 };
 
 }  // namespace tessline::platform::simulated
