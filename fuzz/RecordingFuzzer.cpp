@@ -147,6 +147,107 @@ std::string touchMembers(Choices& choices) {
   }
 }
 
+constexpr std::array<const char*, 8> remoteNames = {
+    "Siri Remote", "Siri Remote", "A1B2C3D4E5F6", "Apple TV",
+    "Living Room", "Siri Watch",  "SIR\\u0130",   ""};
+// Fewer than names, so that two peripherals may have one.
+constexpr std::array<const char*, 3> identifiers = {"5E1B0D6A-3C44-4F0B-9A7D-2E6C8F1A9B30",
+                                                    "5E1B0D6A-3C44-4F0B-9A7D-2E6C8F1A9B31",
+                                                    "5E1B0D6A-3C44-4F0B-9A7D-2E6C8F1A9B32"};
+constexpr std::array<const char*, 8> bluetoothStates = {"poweredOn",   "poweredOn",   "poweredOff",
+                                                        "resetting",   "unknown",     "other",
+                                                        "unsupported", "unauthorized"};
+constexpr std::array<const char*, 2> errors = {"", "It failed."};
+constexpr std::array<const char*, 3> serviceUUIDs = {"180F", "1812",
+                                                     "8341F2B4-C013-4F04-8197-C4CDB42E26DC"};
+constexpr std::array<const char*, 5> characteristicUUIDs = {"2A19", "2A1A", "2A4D", "2A4D",
+                                                            "30E69638-3752-4FEB-A3AA-3226BCD05ACE"};
+constexpr std::array<const char*, 6> characteristicProperties = {
+    R"("notify","write")",
+    R"("notify")",
+    R"("indicate","read")",
+    R"("writeWithoutResponse","notify","read")",
+    R"("read")",
+    ""};
+
+std::string truth(bool value) {
+  return value ? "true" : "false";
+}
+
+std::string services(Choices& choices) {
+  std::string list;
+  for (int service = choices.byte() % 4; service > 0; --service) {
+    std::string characteristics;
+    for (int count = choices.byte() % 4; count > 0; --count) {
+      characteristics += fmt::format(
+          R"({}{{"uuid":"{}","properties":[{}]{}}})", characteristics.empty() ? "" : ",",
+          choices.pick(characteristicUUIDs), choices.pick(characteristicProperties),
+          choices.byte() % 2 == 0 ? fmt::format(R"(,"value":"{}")", payload(choices)) : "");
+    }
+    list += fmt::format(R"({}{{"uuid":"{}","characteristics":[{}],"error":"{}"}})",
+                        list.empty() ? "" : ",", choices.pick(serviceUUIDs), characteristics,
+                        choices.byte() % 8 == 0 ? "It failed." : "");
+  }
+  return "[" + list + "]";
+}
+
+// What a peripheral is like. Mostly one that can be connected.
+std::string peripheral(Choices& choices) {
+  std::string text =
+      fmt::format(R"("peripheral":"{}","services":{},"isReachable":{})", choices.pick(deviceNames),
+                  services(choices), truth(choices.byte() % 4 != 0));
+  text += fmt::format(R"(,"isConnectedToSystem":{})", truth(choices.byte() % 2 == 0));
+  if (choices.byte() % 4 != 0) text += fmt::format(R"(,"name":"{}")", choices.pick(remoteNames));
+  const std::uint8_t failures = choices.byte();
+  text += fmt::format(R"(,"connectError":"{}","servicesError":"{}")", errors[failures % 8 == 1],
+                      errors[failures % 8 == 2]);
+  return text;
+}
+
+std::string notification(Choices& choices) {
+  return fmt::format(
+      R"("type":"bluetooth.notification","peripheral":"{}","service":{},"characteristic":{},)"
+      R"("bytes":"{}","error":"{}")",
+      choices.pick(deviceNames), choices.byte() % 3, choices.byte() % 3, payload(choices),
+      errors[choices.byte() % 8 == 1]);
+}
+
+std::string bluetoothMembers(Choices& choices) {
+  switch (choices.byte() % 16) {
+    case 0:
+      return R"("type":"bluetooth.create")";
+    case 1:
+      return choices.byte() % 4 == 0 ? R"("type":"bluetooth.release")"
+                                     : R"("type":"bluetooth.disconnect")";
+    case 2:
+    case 3:
+      return R"("type":"bluetooth.startScanning")";
+    case 4:
+      return R"("type":"bluetooth.stopScanning")";
+    case 5:
+      return fmt::format(R"("type":"bluetooth.connect","identifier":"{}")",
+                         choices.pick(identifiers));
+    case 6:
+      return fmt::format(R"("type":"bluetooth.host","state":"{}")", choices.pick(bluetoothStates));
+    case 7:
+    case 8:
+      return fmt::format(R"("type":"bluetooth.peripheralAppeared","identifier":"{}",{})",
+                         choices.pick(identifiers), peripheral(choices));
+    case 9:
+      return fmt::format(R"("type":"bluetooth.peripheralChanged",{})", peripheral(choices));
+    case 10:
+    case 11:
+      return fmt::format(
+          R"("type":"bluetooth.advertisement","peripheral":"{}","localName":"{}","rssi":{})",
+          choices.pick(deviceNames), choices.pick(remoteNames), choices.byte() - 200);
+    case 12:
+      return fmt::format(R"("type":"bluetooth.drop","peripheral":"{}","error":"{}")",
+                         choices.pick(deviceNames), choices.pick(errors));
+    default:
+      return notification(choices);
+  }
+}
+
 // Where captures look for what they need, and beside.
 constexpr std::array<const char*, 8> toolPaths = {
     "/opt/packetlogger",
@@ -282,8 +383,9 @@ std::string captureMembers(Choices& choices) {
 }
 
 std::string members(Choices& choices, bool withCaptures) {
-  const int choice = choices.byte() % (withCaptures ? 30 : 20);
-  if (choice >= 20) return captureMembers(choices);
+  // Both ranges stay as they are, or the corpus would mean something else.
+  const int choice = choices.byte() % (withCaptures ? 30 : 32);
+  if (choice >= 20) return withCaptures ? captureMembers(choices) : bluetoothMembers(choices);
   switch (choice) {
     case 0:
       return R"("type":"hid.create")";

@@ -117,6 +117,8 @@ class NoCallbackAfterRelease : public Invariant {
     if (std::holds_alternative<TouchReleased>(observation)) isTouchGone_ = true;
     if (std::holds_alternative<CaptureCreated>(observation)) isCaptureGone_ = false;
     if (std::holds_alternative<CaptureReleased>(observation)) isCaptureGone_ = true;
+    if (std::holds_alternative<BluetoothCreated>(observation)) isBluetoothGone_ = false;
+    if (std::holds_alternative<BluetoothReleased>(observation)) isBluetoothGone_ = true;
     const bool isOfHID = std::holds_alternative<ConnectedRemoteHIDSnapshot>(observation) ||
                          std::holds_alternative<HIDRawPayload>(observation) ||
                          std::holds_alternative<HIDEvents>(observation);
@@ -125,7 +127,12 @@ class NoCallbackAfterRelease : public Invariant {
     const bool isOfCapture = std::holds_alternative<PacketLoggerCaptureSnapshot>(observation) ||
                              std::holds_alternative<CaptureRawPayload>(observation) ||
                              std::holds_alternative<CaptureEvents>(observation);
-    if ((isOfHID && isHIDGone_) || (isOfTouch && isTouchGone_) || (isOfCapture && isCaptureGone_)) {
+    const bool isOfBluetooth = std::holds_alternative<BluetoothPublication>(observation) ||
+                               std::holds_alternative<BatteryLevel>(observation) ||
+                               std::holds_alternative<BluetoothRawPayload>(observation) ||
+                               std::holds_alternative<BluetoothEvents>(observation);
+    if ((isOfHID && isHIDGone_) || (isOfTouch && isTouchGone_) || (isOfCapture && isCaptureGone_) ||
+        (isOfBluetooth && isBluetoothGone_)) {
       violations.push_back({time, "a service that is gone called back"});
     }
   }
@@ -134,6 +141,7 @@ class NoCallbackAfterRelease : public Invariant {
   bool isHIDGone_ = false;
   bool isTouchGone_ = false;
   bool isCaptureGone_ = false;
+  bool isBluetoothGone_ = false;
 };
 
 class ListeningMeansOpen : public Invariant {
@@ -221,9 +229,11 @@ std::unique_ptr<Invariant> makeDevicesAreSorted() {
 
 std::vector<std::unique_ptr<Invariant>> makeInvariants() {
   std::vector<std::unique_ptr<Invariant>> invariants;
-  for (const auto make : {makeReleaseFollowsPress, makeNoCallbackAfterRelease,
-                          makeListeningMeansOpen, makeOneKeySet, makeDevicesAreSorted,
-                          makeButtonGoesUpOnce, makePointerStaysOnScreens, makeChargesEndOnce}) {
+  for (const auto make :
+       {makeReleaseFollowsPress, makeNoCallbackAfterRelease, makeListeningMeansOpen, makeOneKeySet,
+        makeDevicesAreSorted, makeButtonGoesUpOnce, makePointerStaysOnScreens, makeChargesEndOnce,
+        makeInputIsEnabledOnce, makeSnapshotsAreTrue, makeDevicesAreCoalesced,
+        makeRemotesAreSorted}) {
     invariants.push_back(make());
   }
   return invariants;

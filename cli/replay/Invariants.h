@@ -56,6 +56,18 @@ std::unique_ptr<Invariant> makePointerStaysOnScreens();
 /// A charge that began is completed or cancelled before the next begins, and none that did not.
 std::unique_ptr<Invariant> makeChargesEndOnce();
 
+/// The byte that turns a remote's input on is written once to a characteristic in each connection.
+std::unique_ptr<Invariant> makeInputIsEnabledOnce();
+/// A snapshot of the Bluetooth service says what is so at its time: the scan, the connection, and
+/// the host's state where its status names one.
+std::unique_ptr<Invariant> makeSnapshotsAreTrue();
+/// A snapshot that differs from the one before in its devices alone comes a second after what
+/// caused it, and stands for all causes within that second unless another was published between
+/// them.
+std::unique_ptr<Invariant> makeDevicesAreCoalesced();
+/// The remotes of a snapshot are sorted, the strongest first, equals by name.
+std::unique_ptr<Invariant> makeRemotesAreSorted();
+
 /// All of them.
 std::vector<std::unique_ptr<Invariant>> makeInvariants();
 

@@ -3,6 +3,7 @@
 #include "cli/EventJson.h"
 #include "cli/replay/Recording.h"
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -10,6 +11,7 @@
 #include <variant>
 #include <vector>
 
+#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 namespace tessline::cli {
@@ -22,6 +24,18 @@ using nlohmann::ordered_json;
 std::string members(const ordered_json& object) {
   const std::string text = object.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
   return object.empty() ? std::string() : "," + text.substr(1, text.size() - 2);
+}
+
+// In UTC and milliseconds, as in "2026-01-01T00:00:01.500Z".
+std::string dateText(std::chrono::system_clock::time_point date) {
+  using namespace std::chrono;
+  const auto day = floor<days>(date);
+  const year_month_day calendar(day);
+  const hh_mm_ss time(floor<milliseconds>(date - day));
+  return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}.{:03}Z",
+                     static_cast<int>(calendar.year()), static_cast<unsigned>(calendar.month()),
+                     static_cast<unsigned>(calendar.day()), time.hours().count(),
+                     time.minutes().count(), time.seconds().count(), time.subseconds().count());
 }
 
 class Writer {
@@ -71,6 +85,40 @@ class Writer {
                   {"acceptedVoiceLikePacketCount", snapshot.acceptedVoiceLikePacketCount},
                   {"emittedEventCount", snapshot.emittedEventCount},
                   {"lastAcceptedPayloadPreview", optional(snapshot.lastAcceptedPayloadPreview)}}));
+  }
+
+  void operator()(const BluetoothCreated&) const {}
+  void operator()(const BluetoothReleased&) const {}
+  void operator()(const BluetoothAsked&) const {}
+  void operator()(const BluetoothHostChanged&) const {}
+  void operator()(const BluetoothRawPayload& payload) const {
+    bytes("bluetooth.rawPayload", payload.bytes);
+  }
+  void operator()(const BluetoothEvents& batch) const { events("bluetooth.event", batch.events); }
+
+  void operator()(const BatteryLevel& level) const {
+    line("bluetooth.battery",
+         members({{"percent", level.percent ? ordered_json(*level.percent) : ordered_json()}}));
+  }
+
+  void operator()(const BluetoothPublication& publication) const {
+    const auto& snapshot = publication.snapshot;
+    ordered_json devices = ordered_json::array();
+    for (const BluetoothRemoteDevice& device : snapshot.devices) {
+      devices.push_back({{"id", device.id.text()},
+                         {"name", device.name},
+                         {"rssi", device.rssi},
+                         {"connectionState", device.connectionState},
+                         {"serviceUUIDs", device.serviceUUIDs},
+                         {"lastSeen", dateText(device.lastSeen)}});
+    }
+    const auto& connected = snapshot.connectedDeviceID;
+    line("bluetooth.snapshot",
+         members({{"status", snapshot.status},
+                  {"isScanning", snapshot.isScanning},
+                  {"devices", std::move(devices)},
+                  {"connectedDeviceID",
+                   connected ? ordered_json(connected->text()) : ordered_json()}}));
   }
 
   void operator()(const TouchCreated&) const {}

@@ -41,6 +41,9 @@ std::string_view kindText(MemberKind kind) {
       return "a list of [x, y, width, height]";
     case MemberKind::contacts:
       return "a list of [identifier, state, x, y, velocity x, velocity y]";
+    case MemberKind::services:
+      return R"(a list of {"uuid", "characteristics": a list of {"uuid", "properties", "value"?}, )"
+             R"("error"?})";
   }
   return {};
 }
@@ -76,6 +79,43 @@ bool isListOf(const json& value, IsElement isElement) {
   return value.is_array() && std::ranges::all_of(value, isElement);
 }
 
+bool isUUIDText(const json& value) {
+  return value.is_string() && BluetoothUUID::parse(value.get_ref<const std::string&>());
+}
+
+// Whether the object has these members, no others, and each is as it should be.
+bool hasMembers(const json& value, const std::map<std::string, bool (*)(const json&)>& required,
+                const std::map<std::string, bool (*)(const json&)>& optional) {
+  if (!value.is_object()) return false;
+  const auto isPresent = [&value](const auto& member) { return value.contains(member.first); };
+  return std::ranges::all_of(required, isPresent) &&
+         std::ranges::all_of(value.items(), [&](const auto& item) {
+           for (const auto* const members : {&required, &optional}) {
+             const auto found = members->find(item.key());
+             if (found != members->end()) return found->second(item.value());
+           }
+           return false;
+         });
+}
+
+bool isCharacteristic(const json& value) {
+  const auto areProperties = [](const json& names) {
+    return isListOf(names, [](const json& each) {
+      return each.is_string() && bluetoothProperty(each.get_ref<const std::string&>());
+    });
+  };
+  return hasMembers(value, {{"uuid", isUUIDText}, {"properties", areProperties}},
+                    {{"value", isHexText}});
+}
+
+bool isService(const json& value) {
+  return hasMembers(
+      value,
+      {{"uuid", isUUIDText},
+       {"characteristics", [](const json& each) { return isListOf(each, isCharacteristic); }}},
+      {{"error", [](const json& each) { return each.is_string(); }}});
+}
+
 bool isOfKind(const json& value, MemberKind kind) {
   constexpr std::size_t numbersOfAPoint = 2;
   constexpr std::size_t numbersOfARectangle = 4;
@@ -103,6 +143,8 @@ bool isOfKind(const json& value, MemberKind kind) {
       return isListOf(value, isRectangle);
     case MemberKind::contacts:
       return isListOf(value, isContact);
+    case MemberKind::services:
+      return isListOf(value, isService);
   }
   return false;
 }
@@ -135,8 +177,8 @@ void check(const RecordType& type, const json& members) {
 std::span<const RecordType> recordTypes() {
   static const std::vector<RecordType> all = [] {
     std::vector<RecordType> types;
-    for (const auto& each :
-         {hidRecordTypes(), touchRecordTypes(), desktopRecordTypes(), captureRecordTypes()}) {
+    for (const auto& each : {hidRecordTypes(), bluetoothRecordTypes(), touchRecordTypes(),
+                             desktopRecordTypes(), captureRecordTypes()}) {
       types.insert(types.end(), each.begin(), each.end());
     }
     return types;
@@ -152,6 +194,7 @@ Replay::~Replay() {
   // What ends with the replay is no part of the recording.
   observer_ = [](platform::QueueTime, const Observation&) {};
   hid_.service.reset();
+  bluetooth_.service.reset();
   capture_.service.reset();
   touch_.service.reset();
   touch_.controller.reset();
@@ -220,6 +263,23 @@ std::shared_ptr<platform::simulated::SimulatedHIDDevice> Replay::HID::device(
 
 ConnectedRemoteHIDService& Replay::HID::requireService() const {
   if (!service) throw RecordingError("there is no HID service; expected hid.create before");
+  return *service;
+}
+
+std::shared_ptr<platform::simulated::SimulatedPeripheral> Replay::Bluetooth::peripheral(
+    const std::string& name) const {
+  const auto found = peripherals.find(name);
+  if (found == peripherals.end()) {
+    throw RecordingError(
+        fmt::format("there is no peripheral \"{}\"; expected one that has appeared", name));
+  }
+  return found->second;
+}
+
+BluetoothRemoteDiscoveryService& Replay::Bluetooth::requireService() const {
+  if (!service) {
+    throw RecordingError("there is no Bluetooth service; expected bluetooth.create before");
+  }
   return *service;
 }
 

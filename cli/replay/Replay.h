@@ -4,6 +4,7 @@
 
 #include "cli/replay/Observation.h"
 #include "cli/replay/Recording.h"
+#include "tessline/bluetooth/BluetoothRemoteDiscoveryService.h"
 #include "tessline/capture/PacketLoggerCaptureService.h"
 #include "tessline/hid/ConnectedRemoteHIDService.h"
 #include "tessline/platform/simulated/SimulatedHost.h"
@@ -36,6 +37,7 @@ enum class MemberKind : std::uint8_t {
   rectangle,
   rectangles,
   contacts,
+  services,
 };
 
 /// A member of a record's object.
@@ -58,6 +60,8 @@ struct RecordType {
 std::span<const RecordType> recordTypes();
 /// The types whose names begin with "hid.".
 std::span<const RecordType> hidRecordTypes();
+/// The types whose names begin with "bluetooth.".
+std::span<const RecordType> bluetoothRecordTypes();
 /// The types whose names begin with "touch.".
 std::span<const RecordType> touchRecordTypes();
 /// The types whose names begin with "desktop.".
@@ -92,6 +96,18 @@ class Replay {
     ConnectedRemoteHIDService& requireService() const;
   };
 
+  /// The state that records of Bluetooth work on.
+  struct Bluetooth {
+    std::shared_ptr<BluetoothRemoteDiscoveryService> service;
+    std::map<std::string, std::shared_ptr<platform::simulated::SimulatedPeripheral>> peripherals;
+
+    /// The peripheral of that name. Throws RecordingError.
+    std::shared_ptr<platform::simulated::SimulatedPeripheral> peripheral(
+        const std::string& name) const;
+    /// The service. Throws RecordingError if there is none.
+    BluetoothRemoteDiscoveryService& requireService() const;
+  };
+
   /// The state that records of touches work on.
   struct Touch {
     std::shared_ptr<SiriRemoteMultitouchService> service;
@@ -117,6 +133,7 @@ class Replay {
   };
 
   HID& hid() { return hid_; }
+  Bluetooth& bluetooth() { return bluetooth_; }
   Capture& capture() { return capture_; }
   Touch& touch() { return touch_; }
   const std::shared_ptr<platform::simulated::SimulatedHost>& host() { return host_; }
@@ -137,6 +154,7 @@ class Replay {
   std::shared_ptr<platform::simulated::SimulatedHost> host_ =
       platform::simulated::SimulatedHost::create();
   HID hid_;
+  Bluetooth bluetooth_;
   Touch touch_;
   Capture capture_;
   // What was observed last.
@@ -146,6 +164,8 @@ class Replay {
   std::map<std::string, Rect> windows_;
 };
 
+/// The bit of a characteristic's property of that name, for example "notify"; none of any other.
+std::optional<std::uint32_t> bluetoothProperty(std::string_view name);
 /// The bytes of a member that holds them; it has been checked before.
 std::vector<std::uint8_t> memberBytes(const nlohmann::json& value);
 /// Gives the button events of a transport to the gesture controller, if there is one, as an

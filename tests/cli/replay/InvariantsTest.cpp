@@ -311,8 +311,8 @@ TEST(ChargesEndOnce, WantsAnEndForEachBeginning) {
   EXPECT_EQ(found({began, cli::TouchReleased{}, began}), 0U);
 }
 
-TEST(Invariants, AreEight) {
-  EXPECT_EQ(cli::makeInvariants().size(), 8U);
+TEST(Invariants, AreTwelve) {
+  EXPECT_EQ(cli::makeInvariants().size(), 12U);
 }
 
 }  // namespace
