@@ -32,6 +32,7 @@ int parseAndRun(int argumentCount, const char* const* arguments) {
   application.require_subcommand(1);
   application.footer(exitCodeHelp);
   addDecodeCommand(application);
+  addDemoCommand(application);
   addDoctorCommand(application);
   addInstallCommand(application);
   addListenCommand(application);

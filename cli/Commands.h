@@ -8,6 +8,7 @@
 namespace tessline::cli {
 
 void addDecodeCommand(CLI::App& application);
+void addDemoCommand(CLI::App& application);
 void addDoctorCommand(CLI::App& application);
 void addInstallCommand(CLI::App& application);
 void addListenCommand(CLI::App& application);
