@@ -11,6 +11,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+// Not every system declares it.
+extern char** environ;  // NOLINT(readability-redundant-declaration)
+
 namespace helper {
 
 namespace {

@@ -23,7 +23,7 @@ struct UUID {
   /// The usual form, in upper case.
   std::string text() const;
 
-  auto operator<=>(const UUID&) const = default;
+  constexpr std::strong_ordering operator<=>(const UUID&) const = default;
 };
 
 /// The value of a hexadecimal digit, in either letter case; nothing for any other character.

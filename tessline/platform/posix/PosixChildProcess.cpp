@@ -21,12 +21,25 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#ifdef __APPLE__
+// A library must not refer to it by name.
+#include <crt_externs.h>
+#else
 // Not every system declares it.
 extern char** environ;  // NOLINT(readability-redundant-declaration)
+#endif
 
 namespace tessline::platform {
 
 namespace {
+
+char** ownEnvironment() {
+#ifdef __APPLE__
+  return *::_NSGetEnviron();
+#else
+  return environ;
+#endif
+}
 
 // What cannot be known, because the process has others collect its children.
 constexpr std::int32_t unknownStatus = -1;
@@ -59,9 +72,15 @@ class SpawnActions {
     error_.note(::posix_spawn_file_actions_addopen(&actions_, stream, path, O_RDONLY, 0));
   }
   void connect(int stream, const std::shared_ptr<Pipe>& pipe) {
-    if (!pipe) return;
+    if (!pipe) return inherit(stream);
     const int writingEnd = static_cast<const PosixPipe&>(*pipe).writingEnd();
     error_.note(::posix_spawn_file_actions_adddup2(&actions_, writingEnd, stream));
+  }
+  // Where everything that is not named closes, this has to be.
+  void inherit([[maybe_unused]] int stream) {
+#ifdef __APPLE__
+    error_.note(::posix_spawn_file_actions_addinherit_np(&actions_, stream));
+#endif
   }
   // Whatever else is open here, by whomever.
   void closeTheRest() {
@@ -175,7 +194,7 @@ class RunningChild : public std::enable_shared_from_this<RunningChild> {
     const SpawnAttributes attributes(error);
     if (error.number() != 0) return error.number();
     return ::posix_spawn(&pid_, description_.executable.c_str(), actions.get(), attributes.get(),
-                         arguments.data(), environ);
+                         arguments.data(), ownEnvironment());
   }
 
   Pipes takePipes() {

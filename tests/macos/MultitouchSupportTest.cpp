@@ -1,0 +1,404 @@
+#include "tessline/platform/macos/MultitouchSupport.h"
+
+// The clauses, to be run on the backend below, too.
+#include "tests/platform/MultitouchContractTest.cpp"
+#include "tests/support/PlatformDecorator.h"
+
+#include <array>
+#include <atomic>
+#include <cstring>
+#include <future>
+#include <thread>
+
+#include <standin/corefoundation.h>
+#include <standin/multitouch.h>
+
+namespace tessline::test {
+namespace {
+
+namespace standin = ::standin::multitouch;
+using platform::ContactFrameCallback;
+using Calls = std::vector<std::string>;
+
+constexpr std::string_view registerName = "MTRegisterContactFrameCallbackWithRefcon";
+constexpr std::string_view unregisterName = "MTUnregisterContactFrameCallback";
+
+// The desktop of the simulated host with the system's multitouch library.
+class MultitouchPlatform : public PlatformDecorator {
+ public:
+  MultitouchPlatform() : PlatformDecorator(SimulatedHost::create()) {}
+
+  std::shared_ptr<platform::MultitouchLibrary> openMultitouchLibrary(
+      std::string_view path) override {
+    return platform::openMultitouchSupport(path);
+  }
+};
+
+// Moving contacts, of the identifiers 1, 2 ...
+std::vector<std::byte> recordsOf(int contacts) {
+  constexpr std::size_t recordSize = 96;
+  constexpr std::size_t stateOffset = 20;
+  constexpr std::size_t identifierOffset = 24;
+  std::vector<std::byte> records(recordSize * static_cast<std::size_t>(contacts), std::byte{0xA5});
+  std::byte* record = records.data();
+  for (std::int32_t contact = 1; contact <= contacts; ++contact, record += recordSize) {
+    std::memcpy(record + stateOffset, &contactMoved, sizeof contactMoved);
+    std::memcpy(record + identifierOffset, &contact, sizeof contact);
+  }
+  return records;
+}
+
+// Expects that whoever used it has let go of everything.
+class MultitouchStandIn : public SimulatedBackend {
+ public:
+  MultitouchStandIn() = default;
+  MultitouchStandIn(const MultitouchStandIn&) = delete;
+  MultitouchStandIn& operator=(const MultitouchStandIn&) = delete;
+  ~MultitouchStandIn() override {
+    EXPECT_EQ(standin::openHandles(), 0U);
+    EXPECT_EQ(standin::liveLists(), 0U);
+    EXPECT_EQ(::standin::liveCFObjects(), objectsBefore_);
+    standin::reset();
+  }
+
+  std::shared_ptr<platform::Platform> platform() override { return platform_; }
+  std::string pathOfLibrary() override { return std::string(standin::libraryPath); }
+  std::string pathOfNoLibrary() override { return "/nowhere/MultitouchSupport"; }
+  void setMissingFunction(const std::string& name) override {
+    standin::setMissingFunctions({name});
+  }
+  void setGivesList(bool gives) override { standin::setGivesList(gives); }
+  void connectSurface(const ConnectedSurface& surface) override {
+    standin::connect({surface.isBuiltIn, nextIdentifier_++, surface.rows, surface.columns,
+                      surface.width, surface.height, surface.startStatus});
+  }
+  void disconnectSurface(std::size_t index) override { standin::disconnect(index); }
+  void sendFrame(std::size_t surface, int contacts) override {
+    standin::sendFrame(surface, recordsOf(contacts), contacts);
+  }
+
+ private:
+  const long objectsBefore_ = ::standin::liveCFObjects();
+  const std::shared_ptr<platform::Platform> platform_ = std::make_shared<MultitouchPlatform>();
+  std::uint64_t nextIdentifier_ = 0x0500'0000'0000'0001;
+};
+
+INSTANTIATE_TEST_SUITE_P(OnMacOS, MultitouchContract,
+                         testing::Values(ScriptedChoice{
+                             "MultitouchSupport",
+                             [] { return std::make_unique<MultitouchStandIn>(); }}),
+                         backendName<ScriptedBackend>);
+
+// What the adapter asks of the library, and what it shields its callers from.
+class MultitouchSupport : public testing::Test {
+ protected:
+  MultitouchSupport() {
+    backend.connectSurface({});
+    open();
+  }
+
+  void open() {
+    library = platform::openMultitouchSupport(standin::libraryPath);
+    ASSERT_NE(library, nullptr);
+  }
+  Calls takeCalls() {
+    Calls calls = standin::calls();
+    standin::clearCalls();
+    return calls;
+  }
+  template <class Function>
+  Function function(std::string_view name) {
+    return std::get<Function>(library->symbol(name));
+  }
+  platform::MultitouchDeviceList list() {
+    return function<platform::DeviceListFunction>("MTDeviceCreateList")().value();
+  }
+  void registerCallback(ContactFrameCallback callback) {
+    function<platform::RegisterCallbackFunction>(registerName)(*device, std::move(callback));
+  }
+  void unregister() { function<platform::UnregisterCallbackFunction>(unregisterName)(*device); }
+  std::int32_t start() {
+    return function<platform::DeviceStartFunction>("MTDeviceStart")(*device, 0);
+  }
+  // The one surface, started, with a callback that counts.
+  void listen() {
+    device = list().front();
+    registerCallback([this](auto, auto) { ++frames; });
+    ASSERT_EQ(start(), 0);
+  }
+  void sendFrame(std::int32_t count) { standin::sendFrame(0, recordsOf(count), count); }
+  void sendLateFrame() { standin::sendLateFrame(0, recordsOf(1), 1); }
+
+  MultitouchStandIn backend;
+  std::shared_ptr<platform::MultitouchLibrary> library;
+  std::shared_ptr<MultitouchDevice> device;
+  std::atomic<int> frames = 0;
+};
+
+TEST_F(MultitouchSupport, LibraryIsOpenedWithAllThatItNeedsAndClosed) {
+  library.reset();
+  EXPECT_EQ(takeCalls(), (Calls{"dlopen " + std::string(standin::libraryPath) + " 2", "dlclose"}));
+}
+
+TEST_F(MultitouchSupport, LibraryThatIsNotThereIsNone) {
+  EXPECT_EQ(platform::openMultitouchSupport("/nowhere/MultitouchSupport"), nullptr);
+  EXPECT_EQ(platform::openMultitouchSupport(""), nullptr);
+}
+
+TEST_F(MultitouchSupport, LooksUpEachFunctionWhenItIsAskedFor) {
+  takeCalls();
+  library->symbol("MTDeviceStart");
+  library->symbol(unregisterName);
+  library->symbol("MTDeviceReboot");
+  EXPECT_EQ(takeCalls(), (Calls{"dlsym MTDeviceStart", "dlsym " + std::string(unregisterName)}));
+}
+
+TEST_F(MultitouchSupport, PassesArgumentsOn) {
+  device = list().front();
+  const auto startIt = function<platform::DeviceStartFunction>("MTDeviceStart");
+  const auto stopIt = function<platform::DeviceStopFunction>("MTDeviceStop");
+  takeCalls();
+  startIt(*device, 3);
+  stopIt(*device);
+  EXPECT_EQ(takeCalls(), (Calls{"MTDeviceStart 0 3", "MTDeviceStop 0"}));
+}
+
+TEST_F(MultitouchSupport, IdentifierIsFilledInFull) {
+  device = list().front();
+  std::uint64_t identifier = 0;
+  EXPECT_EQ(function<platform::DeviceIDFunction>("MTDeviceGetDeviceID")(*device, identifier), 0);
+  EXPECT_EQ(identifier, 0x0500'0000'0000'0001U);
+}
+
+TEST_F(MultitouchSupport, StatusOfAFailureIsPassedOnAndNothingIsFilled) {
+  standin::connect({.rows = 5, .columns = 6, .width = 7, .height = 8, .status = -536870208});
+  device = list().at(1);
+  std::uint64_t identifier = 99;
+  EXPECT_EQ(function<platform::DeviceIDFunction>("MTDeviceGetDeviceID")(*device, identifier),
+            -536870208);
+  EXPECT_EQ(identifier, 99U);
+  for (const auto* name : {"MTDeviceGetSensorDimensions", "MTDeviceGetSensorSurfaceDimensions"}) {
+    std::int32_t first = 98;
+    std::int32_t second = 99;
+    EXPECT_EQ(function<platform::DeviceDimensionsFunction>(name)(*device, first, second),
+              -536870208);
+    EXPECT_EQ(std::pair(first, second), std::pair(98, 99)) << name;
+  }
+}
+
+TEST_F(MultitouchSupport, EachListIsReleasedWithItsLastSurface) {
+  standin::connect({});
+  auto surfaces = list();
+  device = surfaces.at(1);
+  EXPECT_EQ(standin::liveLists(), 1U);
+  surfaces.clear();
+  EXPECT_EQ(standin::liveLists(), 1U);
+  device.reset();
+  EXPECT_EQ(standin::liveLists(), 0U);
+}
+
+TEST_F(MultitouchSupport, EmptyListIsReleased) {
+  backend.disconnectSurface(0);
+  EXPECT_TRUE(list().empty());
+  EXPECT_EQ(standin::liveLists(), 0U);
+}
+
+TEST_F(MultitouchSupport, SurfaceWithACallbackStaysUntilThatGoes) {
+  listen();
+  device.reset();
+  backend.disconnectSurface(0);
+  EXPECT_EQ(standin::liveSurfaces(), 1U);
+  library.reset();
+  EXPECT_EQ(standin::liveSurfaces(), 0U);
+}
+
+TEST_F(MultitouchSupport, CountIsReadInTheBitsThatTheLibraryGives) {
+  device = list().front();
+  std::vector<std::int64_t> counts;
+  registerCallback([&](const std::byte*, std::int64_t count) { counts.push_back(count); });
+  start();
+  for (const std::int32_t count : {0, 1, 11, -1}) standin::sendFrame(0, {}, count);
+  EXPECT_EQ(counts, (std::vector<std::int64_t>{0, 1, 11, -1}));
+}
+
+TEST_F(MultitouchSupport, RecordsArePassedOnWhereTheyStand) {
+  device = list().front();
+  std::vector<std::byte> seen;
+  bool hadNone = false;
+  registerCallback([&](const std::byte* touches, std::int64_t count) {
+    if (touches == nullptr) hadNone = true;
+    if (touches != nullptr) seen.assign(touches, touches + count * 96);
+  });
+  start();
+  sendFrame(2);
+  EXPECT_EQ(seen, recordsOf(2));
+  sendFrame(0);
+  EXPECT_TRUE(hadNone);
+}
+
+TEST_F(MultitouchSupport, SurfaceIsRegisteredOnceAndUnregisteredOnce) {
+  device = list().front();
+  registerCallback([](auto, auto) {});
+  registerCallback([](auto, auto) {});
+  EXPECT_EQ(standin::registrations(), 1U);
+  unregister();
+  unregister();
+  EXPECT_EQ(standin::registrations(), 0U);
+  registerCallback([](auto, auto) {});
+  EXPECT_EQ(standin::registrations(), 1U);
+}
+
+TEST_F(MultitouchSupport, SurfaceOfAnotherListIsTheSame) {
+  listen();
+  device = list().front();
+  registerCallback([this](auto, auto) { frames += 10; });
+  sendFrame(1);
+  EXPECT_EQ(frames, 10);
+  device = list().front();
+  unregister();
+  EXPECT_EQ(standin::registrations(), 0U);
+}
+
+TEST_F(MultitouchSupport, ClosingUnregistersFirst) {
+  listen();
+  takeCalls();
+  library.reset();
+  EXPECT_EQ(takeCalls(), (Calls{"dlsym " + std::string(unregisterName),
+                                std::string(unregisterName) + " 0", "dlclose"}));
+}
+
+TEST_F(MultitouchSupport, ClosingWithoutTheFunctionThatUnregistersEndsFrames) {
+  listen();
+  backend.setMissingFunction(std::string(unregisterName));
+  library.reset();
+  EXPECT_EQ(standin::registrations(), 1U);
+  sendFrame(1);
+  EXPECT_EQ(frames, 0);
+}
+
+TEST_F(MultitouchSupport, FrameThatComesTooLateIsDropped) {
+  listen();
+  unregister();
+  sendLateFrame();
+  library.reset();
+  sendLateFrame();
+  EXPECT_EQ(frames, 0);
+}
+
+TEST_F(MultitouchSupport, FrameThatComesTooLateDoesNotReachALaterCallback) {
+  listen();
+  unregister();
+  std::thread late([this] { sendLateFrame(); });
+  late.join();
+  registerCallback([this](auto, auto) { frames += 10; });
+  sendFrame(1);
+  EXPECT_EQ(frames, 10);
+}
+
+TEST_F(MultitouchSupport, CallbackIsLetGoOfWhenItIsReplacedOrEnds) {
+  device = list().front();
+  auto first = std::make_shared<int>(0);
+  auto second = std::make_shared<int>(0);
+  const std::array<std::weak_ptr<int>, 2> kept = {first, second};
+  registerCallback([held = std::move(first)](auto, auto) {});
+  EXPECT_FALSE(kept.at(0).expired());
+  registerCallback([held = std::move(second)](auto, auto) {});
+  EXPECT_TRUE(kept.at(0).expired());
+  EXPECT_FALSE(kept.at(1).expired());
+  unregister();
+  EXPECT_TRUE(kept.at(1).expired());
+}
+
+TEST_F(MultitouchSupport, CallbackMayReplaceItself) {
+  device = list().front();
+  registerCallback([this](auto, auto) {
+    registerCallback([this](auto, auto) { frames += 10; });
+    ++frames;
+  });
+  start();
+  sendFrame(1);
+  sendFrame(1);
+  EXPECT_EQ(frames, 11);
+}
+
+TEST_F(MultitouchSupport, CallbackMayCloseTheLibrary) {
+  device = list().front();
+  auto held = std::make_shared<int>(5);
+  registerCallback([this, held = std::move(held)](auto, auto) {
+    library.reset();
+    frames = *held;
+  });
+  start();
+  sendFrame(1);
+  EXPECT_EQ(frames, 5);
+}
+
+// A callback that runs on the library's thread until it is let go on.
+class RunningCallback : public MultitouchSupport {
+ protected:
+  RunningCallback() {
+    device = list().front();
+    registerCallback([this](auto, auto) {
+      isRunning.set_value();
+      mayGoOn.get_future().wait();
+      ++frames;
+    });
+    start();
+    sender = std::thread([this] { sendFrame(1); });
+    isRunning.get_future().wait();
+  }
+  ~RunningCallback() override { sender.join(); }
+
+  // Ends it on a thread of its own, and lets the callback go on while that waits.
+  void expectWaits(const std::function<void()>& end) {
+    std::promise<void> begun;
+    std::atomic<int> framesAtEnd = -1;
+    std::thread ending([&] {
+      begun.set_value();
+      end();
+      framesAtEnd = frames.load();
+    });
+    begun.get_future().wait();
+    // Long enough for an end that does not wait to be over.
+    while (standin::registrations() > 0) std::this_thread::yield();
+    for (int turn = 0; turn < 1000; ++turn) std::this_thread::yield();
+    EXPECT_EQ(framesAtEnd, -1);
+    mayGoOn.set_value();
+    ending.join();
+    EXPECT_EQ(framesAtEnd, 1);
+  }
+
+  std::promise<void> isRunning;
+  std::promise<void> mayGoOn;
+  std::thread sender;
+};
+
+TEST_F(RunningCallback, UnregisteringWaitsForIt) {
+  expectWaits([this] { unregister(); });
+}
+
+TEST_F(RunningCallback, ClosingWaitsForIt) {
+  expectWaits([this] { library.reset(); });
+}
+
+TEST_F(MultitouchSupport, FramesMayComeWhileCallbacksComeAndGo) {
+  device = list().front();
+  start();
+  std::atomic<bool> isOver = false;
+  std::thread sender([&] {
+    while (!isOver) sendFrame(1);
+  });
+  for (int round = 0; round < 100; ++round) {
+    registerCallback([this](auto, auto) { ++frames; });
+    if (round % 3 == 0) std::this_thread::yield();
+    unregister();
+    const int framesByThen = frames;
+    std::this_thread::yield();
+    EXPECT_EQ(frames, framesByThen);
+  }
+  isOver = true;
+  sender.join();
+}
+
+}  // namespace
+}  // namespace tessline::test
