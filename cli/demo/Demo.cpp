@@ -74,6 +74,7 @@ class LineList final : public SimulatedLineSink {
 
 Demo::Demo(Output& output, const std::optional<VoiceFileOptions>& voiceFiles)
     : writer_(output, [this] { return host_->scheduler().now(); }),
+      voiceDirectory_(voiceFiles ? std::optional(voiceFiles->directory) : std::nullopt),
       voicePackets_(VoicePackets::encode(spokenSamples())),
       bluetoothRecorder_(voiceFiles ? VoiceSessionRecorder(*voiceFiles) : VoiceSessionRecorder()),
       script_(host_->scheduler().makeQueue("script")) {
@@ -98,7 +99,7 @@ void Demo::play(const WaitUntil& waitUntil) {
   }
   bluetoothRecorder_.finish();
   captureRecorder_.finish();
-  writer_.finish();
+  writer_.finish(voiceDirectory_);
 }
 
 void Demo::makeServices() {

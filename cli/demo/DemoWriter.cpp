@@ -77,8 +77,8 @@ void DemoWriter::session(DemoSource source, const VoiceSessionRecord& record) {
                   record.opusFile.filename().native()));
 }
 
-template <class Kind>
-Kind& DemoWriter::goOn(std::optional<Kind>& stroke) {
+template <class Stroke>
+Stroke& DemoWriter::goOn(std::optional<Stroke>& stroke) {
   constexpr std::chrono::milliseconds pause{200};
   if (!stroke || now_() - stroke->last > pause) {
     writeHeldBack();
@@ -97,7 +97,7 @@ void DemoWriter::pointerMoved(Point position) {
 
 void DemoWriter::scrolled(std::int64_t vertical, std::int64_t horizontal) {
   ++totals_.scrollEvents;
-  Scrolling& scrolling = goOn(scrolling_);
+  DemoScrolling& scrolling = goOn(scrolling_);
   scrolling.vertical += vertical;
   scrolling.horizontal += horizontal;
 }
@@ -109,7 +109,7 @@ void DemoWriter::button(bool isDown, Point position) {
       fmt::format("left button {} at {}", isDown ? "down" : "up", text(position)));
 }
 
-void DemoWriter::finish() {
+void DemoWriter::finish(const std::optional<std::filesystem::path>& voiceDirectory) {
   writeHeldBack();
   const auto total = [this](std::string_view title, std::string_view text) {
     output_.print("  {}{:<9}{}{}\n", style_.bold, title, style_.reset, text);
@@ -122,6 +122,7 @@ void DemoWriter::finish() {
   total("pointer", fmt::format("{}, {}, {}", counted(totals_.pointerMoves, "move"),
                                counted(totals_.scrollEvents, "scroll event"),
                                counted(totals_.buttonPresses, "mouse button press", "es")));
+  if (voiceDirectory) total("files", voiceDirectory->native());
 }
 
 void DemoWriter::writeHeldBack() {
