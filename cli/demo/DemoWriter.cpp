@@ -26,6 +26,14 @@ std::string_view direction(std::int64_t amount, std::string_view positive,
   return amount > 0 ? positive : negative;
 }
 
+std::string fileNames(const VoiceSessionRecord& record) {
+  std::string names;
+  for (const std::filesystem::path& file : {record.opusFile, record.wavFile}) {
+    if (!file.empty()) names += "  " + file.filename().native();
+  }
+  return names;
+}
+
 }  // namespace
 
 DemoWriter::DemoWriter(Output& output, std::function<platform::QueueTime()> now)
@@ -72,9 +80,8 @@ void DemoWriter::session(DemoSource source, const VoiceSessionRecord& record) {
   totals_.voice.add(record);
   writeHeldBack();
   row(now_(), source, style_.magenta, "■",
-      fmt::format("voice session {}: {:.2f} s of sound, {}{}{}", record.number, record.seconds(),
-                  counted(record.frameCount, "frame"), record.opusFile.empty() ? "" : "  ",
-                  record.opusFile.filename().native()));
+      fmt::format("voice session {}: {:.2f} s of sound, {}{}", record.number, record.seconds(),
+                  counted(record.frameCount, "frame"), fileNames(record)));
 }
 
 template <class Stroke>
@@ -122,7 +129,8 @@ void DemoWriter::finish(const std::optional<std::filesystem::path>& voiceDirecto
   total("pointer", fmt::format("{}, {}, {}", counted(totals_.pointerMoves, "move"),
                                counted(totals_.scrollEvents, "scroll event"),
                                counted(totals_.buttonPresses, "mouse button press", "es")));
-  if (voiceDirectory) total("files", voiceDirectory->native());
+  total("files", voiceDirectory ? voiceDirectory->native()
+                                : "none; --voice DIR keeps the voice that comes by Bluetooth LE");
 }
 
 void DemoWriter::writeHeldBack() {

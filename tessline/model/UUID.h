@@ -23,7 +23,10 @@ struct UUID {
   /// The usual form, in upper case.
   std::string text() const;
 
-  auto operator<=>(const UUID&) const = default;
+  friend constexpr bool operator==(const UUID&, const UUID&) = default;
+  friend constexpr std::strong_ordering operator<=>(const UUID& left, const UUID& right) {
+    return left.bytes <=> right.bytes;
+  }
 };
 
 /// The value of a hexadecimal digit, in either letter case; nothing for any other character.

@@ -97,6 +97,7 @@ class BluetoothPeripheralDelegate {
 /// those of the central's queue; what they ask for comes later, through the delegate. While it is
 /// not connected by that central they do nothing, and neither do they with a service or a
 /// characteristic of an earlier connection. An end of the connection ends what was asked for in it.
+/// It, its services and its characteristics may be let go of on any thread.
 class BluetoothPeripheral {
  public:
   virtual ~BluetoothPeripheral() = default;

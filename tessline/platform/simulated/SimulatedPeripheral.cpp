@@ -20,7 +20,7 @@ class SimulatedCharacteristic : public BluetoothCharacteristic {
  public:
   SimulatedCharacteristic(SimulatedCharacteristicPlan about,
                           const SimulatedCharacteristicPlace& where)
-      : plan(std::move(about)), place(where) {}
+      : plan(std::move(about)), place(where), readable(plan.value) {}
 
   const BluetoothUUID& uuid() const override { return plan.uuid; }
   BluetoothProperties properties() const override { return plan.properties; }
@@ -31,6 +31,8 @@ class SimulatedCharacteristic : public BluetoothCharacteristic {
 
   const SimulatedCharacteristicPlan plan;
   const SimulatedCharacteristicPlace place;
+  // What a read gives: a value that was told of is the one from then on.
+  std::optional<std::vector<std::uint8_t>> readable;
   std::optional<std::vector<std::uint8_t>> current;
   std::vector<std::vector<std::uint8_t>> written;
   bool isDiscovered = false;
@@ -173,8 +175,8 @@ void SimulatedPeripheral::readValue(
   answer([self = shared_from_this(),
           asked = std::static_pointer_cast<SimulatedCharacteristic>(characteristic)] {
     std::optional<TesslineError> error;
-    if (asked->plan.value) {
-      asked->current = asked->plan.value;
+    if (asked->readable) {
+      asked->current = asked->readable;
     } else {
       constexpr std::int64_t readNotPermitted = 2;
       error.emplace("CBATTErrorDomain", readNotPermitted, "Reading is not permitted.");
@@ -218,7 +220,10 @@ bool SimulatedPeripheral::notify(const SimulatedCharacteristicPlace& place,
   if (!characteristic->isNotifying) return false;
   answer([self = shared_from_this(), characteristic, value = std::move(value),
           error = std::move(error)] {
-    if (!error) characteristic->current = value;
+    if (!error) {
+      characteristic->current = value;
+      if (characteristic->readable) characteristic->readable = value;
+    }
     self->tell([&](auto& delegate, const auto& peripheral) {
       delegate.didUpdateValueFor(peripheral, characteristic, error ? &*error : nullptr);
     });
