@@ -95,6 +95,9 @@ class SnapshotsAreTrue : public Invariant {
     const auto& id = snapshot.connectedDeviceID;
     if (id && !holds(publication->connected, *id)) {
       breaks(fmt::format("{} is published as connected and is not", id->text()));
+    } else if (id != std::exchange(published_, id) && id) {
+      // The host may say again that an earlier one stands.
+      lastConnected_ = id;
     }
     if (lastConnected_ && id != lastConnected_) {
       breaks(fmt::format("{} has connected and is not published", lastConnected_->text()));
@@ -124,6 +127,7 @@ class SnapshotsAreTrue : public Invariant {
 
   std::vector<UUID> connected_;
   std::optional<UUID> lastConnected_;
+  std::optional<UUID> published_;
 };
 
 // What only changes the devices is published a second later, once for all of it.

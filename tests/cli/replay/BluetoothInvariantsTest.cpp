@@ -100,7 +100,7 @@ TEST(SnapshotsAreTrue, ReportsAScanThatIsPassedOver) {
 
 TEST(SnapshotsAreTrue, ReportsAConnectionThatIsNone) {
   auto one = publication("Scan stopped", false, remoteID);
-  one.connected = {otherID};
+  one.connected.clear();
   EXPECT_EQ(textsOn(one),
             Texts{"5E1B0D6A-3C44-4F0B-9A7D-2E6C8F1A9B30 is published as connected and is not"});
 }
@@ -147,6 +147,13 @@ TEST(SnapshotsAreTrue, TakesAnEarlierConnectionThatIsNotPublishedWhenTheLastHasE
                                 publishing(otherID, {remoteID, otherID}),
                                 publishing({}, {remoteID}), publishing({}, {remoteID})}),
             Texts{});
+}
+
+TEST(SnapshotsAreTrue, ReportsAConnectionThatHasEndedWhileAnotherStands) {
+  EXPECT_EQ(
+      textsOnConnections({publishing(otherID, {otherID}), publishing(remoteID, {otherID, remoteID}),
+                          publishing(remoteID, {otherID})}),
+      Texts{"5E1B0D6A-3C44-4F0B-9A7D-2E6C8F1A9B30 is published as connected and is not"});
 }
 
 TEST(SnapshotsAreTrue, ConnectionThatIsMadeAgainIsTheLast) {
