@@ -28,9 +28,11 @@ class BluetoothUUID {
   /// In upper case, as wide as it was made: "180F", or 36 characters for one of 128 bits.
   std::string text() const;
 
+  /// Whether all 128 bits are the same.
   friend constexpr bool operator==(const BluetoothUUID& left, const BluetoothUUID& right) {
     return left.value_ == right.value_;
   }
+  /// By all 128 bits.
   friend constexpr std::strong_ordering operator<=>(const BluetoothUUID& left,
                                                     const BluetoothUUID& right) {
     return left.value_ <=> right.value_;
