@@ -54,7 +54,7 @@ constexpr std::optional<BluetoothUUID> BluetoothUUID::parse(std::string_view tex
     if (!whole) return std::nullopt;
     return BluetoothUUID(*whole, text.size());
   }
-  // The Bluetooth Base UUID of the Core Specification; the short value replaces its first 32 bits.
+  // The Bluetooth Base UUID; the short value replaces its first 32 bits.
   UUID value = UUID::parse("00000000-0000-1000-8000-00805F9B34FB").value();
   std::size_t half = digitsOf32Bits - text.size();
   for (const char character : text) {

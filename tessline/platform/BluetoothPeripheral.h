@@ -15,8 +15,8 @@
 
 namespace tessline::platform {
 
-/// What may be done with a characteristic: the property bits of its declaration (Bluetooth Core
-/// Specification, Vol 3, Part G, 3.3.1.1).
+/// What may be done with a characteristic: the property bits of its declaration, as the Generic
+/// Attribute Profile numbers them.
 struct BluetoothProperties {
   static constexpr std::uint32_t read = 0x02;                  ///< May be read.
   static constexpr std::uint32_t writeWithoutResponse = 0x04;  ///< May be written, unanswered.
