@@ -139,6 +139,16 @@ TEST_F(SimulatedSiriRemoteTest, TellsItsBattery) {
   EXPECT_EQ(batteryLevels, expected);
 }
 
+TEST_F(SimulatedSiriRemoteTest, LevelThatChangesBeforeItIsAskedForIsTheNewOne) {
+  service->onSnapshotChanged = [this](const BluetoothRemoteDiscoverySnapshot& snapshot) {
+    status = snapshot.status;
+    if (snapshot.connectedDeviceID) remote->setBatteryLevel(63);
+  };
+  connect();
+  const std::vector<std::optional<std::int64_t>> expected = {63};
+  EXPECT_EQ(batteryLevels, expected);
+}
+
 TEST_F(SimulatedSiriRemoteTest, IsNotHeardBeforeItWakes) {
   service->startScanning();
   host->advance(milliseconds(5000));

@@ -31,7 +31,7 @@ class SimulatedCharacteristic : public BluetoothCharacteristic {
 
   const SimulatedCharacteristicPlan plan;
   const SimulatedCharacteristicPlace place;
-  // What a read gives: a value that was told of is the one from then on.
+  // What a read gives: the newest value, told of or not.
   std::optional<std::vector<std::uint8_t>> readable;
   std::optional<std::vector<std::uint8_t>> current;
   std::vector<std::vector<std::uint8_t>> written;
@@ -217,13 +217,11 @@ bool SimulatedPeripheral::notify(const SimulatedCharacteristicPlace& place,
   const auto& all = services_[place.service]->all;
   if (place.characteristic >= all.size()) return false;
   const auto& characteristic = all[place.characteristic];
+  if (!error && characteristic->readable) characteristic->readable = value;
   if (!characteristic->isNotifying) return false;
   answer([self = shared_from_this(), characteristic, value = std::move(value),
           error = std::move(error)] {
-    if (!error) {
-      characteristic->current = value;
-      if (characteristic->readable) characteristic->readable = value;
-    }
+    if (!error) characteristic->current = value;
     self->tell([&](auto& delegate, const auto& peripheral) {
       delegate.didUpdateValueFor(peripheral, characteristic, error ? &*error : nullptr);
     });
