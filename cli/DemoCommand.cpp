@@ -74,7 +74,7 @@ void addDemoCommand(CLI::App& application) {
       "demo",
       "Show all of Tessline at work on a simulated host: three transports, voice, and touches");
   command->add_flag("--realtime", options->realTime,
-                    "Show everything when its time has come; it takes 21 seconds");
+                    "Show everything when its time has come; it takes 20 seconds");
   auto* const voice = command->add_option("--voice", options->voiceDirectory,
                                           "Write each voice session that comes by Bluetooth LE to "
                                           "DIR, as voice-001.opus and so on (Ogg Opus)");

@@ -1,8 +1,9 @@
 #include "cli/demo/Demo.h"
 
+#include "cli/simulate/CaptureTimeline.h"
 #include "cli/simulate/Melody.h"
-#include "cli/simulate/RemoteScenario.h"
 #include "cli/simulate/SimulatedLine.h"
+#include "cli/simulate/SimulatedRemote.h"
 
 #include <cmath>
 #include <cstddef>
@@ -21,6 +22,7 @@ using platform::simulated::SimulatedContact;
 using std::chrono::milliseconds;
 
 constexpr std::string_view toolPath = "/opt/packetlogger";
+constexpr std::string_view remoteAddress = "D6:1E:52:A0:37:4B";
 constexpr std::string_view windowName = "editor";
 constexpr double framesPerSecond = 60;
 constexpr std::size_t spokenPackets = 100;
@@ -42,6 +44,7 @@ std::vector<std::vector<std::uint8_t>> copies(const VoicePackets& packets) {
 
 std::vector<Point> straight(Point from, Point to, int frames) {
   std::vector<Point> path;
+  path.reserve(static_cast<std::size_t>(frames) + 1);
   for (int frame = 0; frame <= frames; ++frame) {
     const double part = static_cast<double>(frame) / frames;
     path.push_back({from.x + (to.x - from.x) * part, from.y + (to.y - from.y) * part});
@@ -53,11 +56,37 @@ std::vector<Point> straight(Point from, Point to, int frames) {
 std::vector<Point> turn(double degrees, int frames) {
   constexpr double radius = 0.45;
   std::vector<Point> path;
+  path.reserve(static_cast<std::size_t>(frames) + 1);
   for (int frame = 0; frame <= frames; ++frame) {
     const double angle = degrees * std::numbers::pi / 180 * frame / frames;
     path.push_back({0.5 + radius * std::sin(angle), 0.5 + radius * std::cos(angle)});
   }
   return path;
+}
+
+// What a remote does for the capture, as the lines of the tool.
+void play(const VoicePackets& voice, SimulatedLineSink& sink) {
+  constexpr std::uint64_t seed = 1;
+  constexpr std::size_t frames = 60;
+  CaptureTimeline timeline(seed, std::string(remoteAddress), sink);
+  SimulatedRemote remote(seed, timeline);
+  const auto press = [&](RemoteCommand command, ButtonLayout layout) {
+    timeline.advanceBy(milliseconds(400));
+    remote.press(command, layout);
+    timeline.advanceBy(milliseconds(120));
+    remote.release(command, layout);
+  };
+  press(RemoteCommand::volumeDown, ButtonLayout::notificationWithId);
+  press(RemoteCommand::up, ButtonLayout::notification);
+  timeline.advanceBy(milliseconds(400));
+  remote.openVoice(VoiceOpening::buttonDown, ButtonLayout::notification);
+  const SimulatedTime began = timeline.now();
+  for (std::size_t frame = 0; frame < frames; ++frame) {
+    timeline.advanceTo(began + (frame + 1) * milliseconds(20));
+    remote.sendFrame(voice[frame], {}, FrameFate::whole);
+  }
+  timeline.advanceBy(milliseconds(20));
+  remote.closeVoice(VoiceClosing::buttonUp, ButtonLayout::notification);
 }
 
 // Keeps the lines with their times.
@@ -74,6 +103,7 @@ class LineList final : public SimulatedLineSink {
 
 Demo::Demo(Output& output, const std::optional<VoiceFileOptions>& voiceFiles)
     : writer_(output, [this] { return host_->scheduler().now(); }),
+      voiceDirectory_(voiceFiles ? std::optional(voiceFiles->directory) : std::nullopt),
       voicePackets_(VoicePackets::encode(spokenSamples())),
       bluetoothRecorder_(voiceFiles ? VoiceSessionRecorder(*voiceFiles) : VoiceSessionRecorder()),
       script_(host_->scheduler().makeQueue("script")) {
@@ -98,7 +128,7 @@ void Demo::play(const WaitUntil& waitUntil) {
   }
   bluetoothRecorder_.finish();
   captureRecorder_.finish();
-  writer_.finish();
+  writer_.finish(voiceDirectory_);
 }
 
 void Demo::makeServices() {
@@ -157,7 +187,7 @@ void Demo::connectOutputs() {
     gestures_->handleTouches(points);
   };
   gestures_->onDragLockChargePhase = [this](DragLockChargePhase phase) {
-    writer_.note(DemoSource::touch, "◔", fmt::format("drag lock {}", name(phase)));
+    writer_.note(DemoSource::touch, "◔", fmt::format("drag lock: charge {}", name(phase)));
   };
 }
 
@@ -170,6 +200,8 @@ void Demo::passButtons(const std::vector<TesslineEvent>& events) {
 }
 
 void Demo::follow(const PlatformCall& call) {
+  // Waits until the remote answers.
+  if (call.operation == "connect") writer_.note(DemoSource::bluetooth, "…", "connecting");
   if (call.operation == "CGEventCreateScrollWheelEvent2") {
     writer_.scrolled(call.argument<std::int64_t>("wheel1"), call.argument<std::int64_t>("wheel2"));
   }
@@ -254,20 +286,17 @@ void Demo::planCapture() {
     constexpr std::uint32_t root = 0;
     host_->surroundings().userID = root;
     host_->processes().setProgram(std::string(toolPath), {});
-    capture_->startCapture(std::string(defaultRemoteAddress), std::string(toolPath));
+    capture_->startCapture(std::string(remoteAddress), std::string(toolPath));
   });
   LineList list;
-  RemoteScenario({}, voicePackets_, list).play({.duration = std::chrono::seconds(3)});
+  cli::play(voicePackets_, list);
   for (auto& [time, line] : list.lines) {
     at(Seconds(time).count(), [this, text = std::move(line)] {
       const std::vector<std::uint8_t> bytes(text.begin(), text.end());
       host_->processes().write(host_->processes().startedCount(), bytes);
     });
   }
-  at(3.8, [this] {
-    capture_->stopCapture();
-    captureRecorder_.finish();
-  });
+  at(3.4, [this] { capture_->stopCapture(); });
 }
 
 void Demo::planEnd() {
@@ -293,6 +322,7 @@ void Demo::stroke(double time, const std::vector<Path>& fingers) {
   const std::size_t length = fingers.front().size();
   for (std::size_t frame = 0; frame < length; ++frame) {
     std::vector<SimulatedContact> contacts;
+    contacts.reserve(fingers.size());
     for (const Path& path : fingers) {
       contacts.push_back({.identifier = static_cast<std::int32_t>(contacts.size() + 1),
                           .state = frame == 0 ? began : moved,

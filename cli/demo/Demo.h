@@ -15,7 +15,9 @@
 #include "tessline/touch/SiriRemoteMultitouchService.h"
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -74,6 +76,7 @@ class Demo {
   const std::shared_ptr<platform::simulated::SimulatedHost> host_ =
       platform::simulated::SimulatedHost::create();
   DemoWriter writer_;
+  const std::optional<std::filesystem::path> voiceDirectory_;
   const VoicePackets voicePackets_;
   VoiceSessionRecorder bluetoothRecorder_;
   VoiceSessionRecorder captureRecorder_;

@@ -26,6 +26,14 @@ std::string_view direction(std::int64_t amount, std::string_view positive,
   return amount > 0 ? positive : negative;
 }
 
+std::string fileNames(const VoiceSessionRecord& record) {
+  std::string names;
+  for (const std::filesystem::path& file : {record.opusFile, record.wavFile}) {
+    if (!file.empty()) names += "  " + file.filename().native();
+  }
+  return names;
+}
+
 }  // namespace
 
 DemoWriter::DemoWriter(Output& output, std::function<platform::QueueTime()> now)
@@ -72,13 +80,12 @@ void DemoWriter::session(DemoSource source, const VoiceSessionRecord& record) {
   totals_.voice.add(record);
   writeHeldBack();
   row(now_(), source, style_.magenta, "■",
-      fmt::format("voice session {}: {:.2f} s of sound, {}{}{}", record.number, record.seconds(),
-                  counted(record.frameCount, "frame"), record.opusFile.empty() ? "" : "  ",
-                  record.opusFile.filename().native()));
+      fmt::format("voice session {}: {:.2f} s of sound, {}{}", record.number, record.seconds(),
+                  counted(record.frameCount, "frame"), fileNames(record)));
 }
 
-template <class Kind>
-Kind& DemoWriter::goOn(std::optional<Kind>& stroke) {
+template <class Stroke>
+Stroke& DemoWriter::goOn(std::optional<Stroke>& stroke) {
   constexpr std::chrono::milliseconds pause{200};
   if (!stroke || now_() - stroke->last > pause) {
     writeHeldBack();
@@ -97,7 +104,7 @@ void DemoWriter::pointerMoved(Point position) {
 
 void DemoWriter::scrolled(std::int64_t vertical, std::int64_t horizontal) {
   ++totals_.scrollEvents;
-  Scrolling& scrolling = goOn(scrolling_);
+  DemoScrolling& scrolling = goOn(scrolling_);
   scrolling.vertical += vertical;
   scrolling.horizontal += horizontal;
 }
@@ -109,7 +116,7 @@ void DemoWriter::button(bool isDown, Point position) {
       fmt::format("left button {} at {}", isDown ? "down" : "up", text(position)));
 }
 
-void DemoWriter::finish() {
+void DemoWriter::finish(const std::optional<std::filesystem::path>& voiceDirectory) {
   writeHeldBack();
   const auto total = [this](std::string_view title, std::string_view text) {
     output_.print("  {}{:<9}{}{}\n", style_.bold, title, style_.reset, text);
@@ -122,6 +129,8 @@ void DemoWriter::finish() {
   total("pointer", fmt::format("{}, {}, {}", counted(totals_.pointerMoves, "move"),
                                counted(totals_.scrollEvents, "scroll event"),
                                counted(totals_.buttonPresses, "mouse button press", "es")));
+  total("files", voiceDirectory ? voiceDirectory->native()
+                                : "none; --voice DIR keeps the voice that comes by Bluetooth LE");
 }
 
 void DemoWriter::writeHeldBack() {

@@ -11,6 +11,7 @@
 
 #include <array>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <optional>
 #include <string>
@@ -29,6 +30,22 @@ struct DemoTotals {
   std::uint64_t scrollEvents = 0;
   std::uint64_t buttonPresses = 0;  ///< Of the mouse, not of the remote.
   VoiceTotals voice;
+};
+
+/// What comes by the dozen and is shown as one row.
+struct DemoStroke {
+  platform::QueueTime began{};
+  platform::QueueTime last{};
+  std::uint64_t count = 0;
+};
+/// Of the pointer.
+struct DemoMotion : DemoStroke {
+  Point position;
+};
+/// Of the wheel.
+struct DemoScrolling : DemoStroke {
+  std::int64_t vertical = 0;
+  std::int64_t horizontal = 0;
 };
 
 /// Writes one row for each thing that happens, with its time. Moves of the pointer and scrolling
@@ -56,28 +73,14 @@ class DemoWriter {
   /// The left button went down or up.
   void button(bool isDown, Point position);
 
-  /// Writes what is held back, and the totals.
-  void finish();
+  /// Writes what is held back, the totals, and where voice files are if there are any.
+  void finish(const std::optional<std::filesystem::path>& voiceDirectory);
 
   const DemoTotals& totals() const { return totals_; }
 
  private:
-  // What comes by the dozen.
-  struct Stroke {
-    platform::QueueTime began{};
-    platform::QueueTime last{};
-    std::uint64_t count = 0;
-  };
-  struct Motion : Stroke {
-    Point position;
-  };
-  struct Scrolling : Stroke {
-    std::int64_t vertical = 0;
-    std::int64_t horizontal = 0;
-  };
-
-  template <class Kind>
-  Kind& goOn(std::optional<Kind>& stroke);
+  template <class Stroke>
+  Stroke& goOn(std::optional<Stroke>& stroke);
   void writeHeldBack();
   void row(platform::QueueTime time, DemoSource source, std::string_view color,
            std::string_view symbol, std::string_view text);
@@ -85,8 +88,8 @@ class DemoWriter {
   Output& output_;
   const TextStyle style_;
   const std::function<platform::QueueTime()> now_;
-  std::optional<Motion> motion_;
-  std::optional<Scrolling> scrolling_;
+  std::optional<DemoMotion> motion_;
+  std::optional<DemoScrolling> scrolling_;
   std::array<std::string, 4> lastStatus_;
   DemoTotals totals_;
 };

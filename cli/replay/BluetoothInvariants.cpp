@@ -33,7 +33,8 @@ class InputIsEnabledOnce : public Invariant {
     const auto* const call = std::get_if<PlatformCall>(&observation);
     if (call == nullptr) return;
     const auto peripheral = call->argument<std::int64_t>("peripheral");
-    // The first thing that is done in a connection.
+    // The first thing that is done when the host says that a connection stands, which it may say
+    // again.
     if (call->operation == "setDelegate") {
       std::erase_if(enabled_, [&](const auto& each) { return each.first == peripheral; });
     }
@@ -66,10 +67,22 @@ constexpr std::array<StatusOfState, 6> statusesOfStates = {
      {"Bluetooth is powered off", BluetoothState::poweredOff},
      {"Scanning for Bluetooth devices", BluetoothState::poweredOn}}};
 
+// For a state that none of those names.
+constexpr std::string_view statusOfOtherStates = "Unknown Bluetooth state";
+
+bool fits(std::string_view status, BluetoothState state) {
+  const auto* const named = std::ranges::find(statusesOfStates, status, &StatusOfState::status);
+  if (named != statusesOfStates.end()) return named->state == state;
+  return status != statusOfOtherStates ||
+         std::ranges::find(statusesOfStates, state, &StatusOfState::state) ==
+             statusesOfStates.end();
+}
+
 class SnapshotsAreTrue : public Invariant {
  public:
   void observe(QueueTime time, const Observation& observation,
                std::vector<Violation>& violations) override {
+    if (std::holds_alternative<BluetoothCreated>(observation)) *this = {};
     const auto* const publication = std::get_if<BluetoothPublication>(&observation);
     if (publication == nullptr) return;
     const auto breaks = [&](std::string text) { violations.push_back({time, std::move(text)}); };
@@ -78,14 +91,18 @@ class SnapshotsAreTrue : public Invariant {
       breaks(fmt::format("isScanning is {} while {} scan is running", snapshot.isScanning,
                          publication->isScanning ? "a" : "no"));
     }
-    const auto& connected = publication->connected;
+    followConnections(publication->connected);
     const auto& id = snapshot.connectedDeviceID;
-    if (id && std::ranges::find(connected, *id) == connected.end()) {
+    if (id && !holds(publication->connected, *id)) {
       breaks(fmt::format("{} is published as connected and is not", id->text()));
+    } else if (id != std::exchange(published_, id) && id) {
+      // The host may say again that an earlier one stands.
+      lastConnected_ = id;
     }
-    const auto* const found =
-        std::ranges::find(statusesOfStates, snapshot.status, &StatusOfState::status);
-    if (found != statusesOfStates.end() && found->state != publication->state) {
+    if (lastConnected_ && id != lastConnected_) {
+      breaks(fmt::format("{} has connected and is not published", lastConnected_->text()));
+    }
+    if (!fits(snapshot.status, publication->state)) {
       breaks(fmt::format("the status is \"{}\" in state {}", snapshot.status,
                          static_cast<std::int64_t>(publication->state)));
     }
@@ -93,6 +110,24 @@ class SnapshotsAreTrue : public Invariant {
       breaks(fmt::format("the status is \"{}\" without a connection", snapshot.status));
     }
   }
+
+ private:
+  static bool holds(const std::vector<UUID>& ids, const UUID& id) {
+    return std::ranges::find(ids, id) != ids.end();
+  }
+
+  // Which connected last, as long as it stays so. The service forgets earlier ones.
+  void followConnections(const std::vector<UUID>& connected) {
+    if (lastConnected_ && !holds(connected, *lastConnected_)) lastConnected_.reset();
+    for (const UUID& id : connected) {
+      if (!holds(connected_, id)) lastConnected_ = id;
+    }
+    connected_ = connected;
+  }
+
+  std::vector<UUID> connected_;
+  std::optional<UUID> lastConnected_;
+  std::optional<UUID> published_;
 };
 
 // What only changes the devices is published a second later, once for all of it.

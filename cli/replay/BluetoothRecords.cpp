@@ -36,9 +36,10 @@ constexpr std::array<std::string_view, 7> states = {
 
 // An empty text stands for no error.
 std::optional<TesslineError> error(const json& members, const char* name) {
-  if (!members.contains(name) || members[name] == "") return std::nullopt;
+  const std::string text = members.value(name, "");
   constexpr std::int64_t unknown = 0;
-  return TesslineError("CBErrorDomain", unknown, members[name].get<std::string>());
+  if (text.empty()) return std::nullopt;
+  return TesslineError("CBErrorDomain", unknown, text);
 }
 
 UUID identifier(const json& value) {

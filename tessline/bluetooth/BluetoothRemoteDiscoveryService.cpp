@@ -181,7 +181,7 @@ void BluetoothRemoteDiscoveryService::connectToRetrievedRemotes() {
 void BluetoothRemoteDiscoveryService::didDiscover(
     const Peripheral& peripheral, const platform::BluetoothAdvertisement& advertisement,
     std::int64_t rssi) {
-  assert(bluetoothQueue_->isCurrent());
+  assert(bluetoothQueue_->isCurrent() && central_);
   auto name = unlessEmpty(advertisement.localName);
   if (!name) name = unlessEmpty(peripheral->name());
   if (!isSiriRemote(name, advertisement.serviceUUIDs)) return;
@@ -238,7 +238,7 @@ void BluetoothRemoteDiscoveryService::didFailToConnect(const Peripheral& periphe
 
 void BluetoothRemoteDiscoveryService::didDisconnectPeripheral(const Peripheral& peripheral,
                                                               const TesslineError*) {
-  assert(bluetoothQueue_->isCurrent());
+  assert(bluetoothQueue_->isCurrent() && central_);
   if (connectedDeviceID_ == peripheral->identifier()) connectedDeviceID_.reset();
   transportCharacteristicIDs_.clear();
   inputEnableCharacteristicIDs_.clear();

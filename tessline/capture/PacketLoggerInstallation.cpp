@@ -217,11 +217,14 @@ std::vector<std::uint8_t> PacketLoggerInstallation::decodePayload(
   }
   const auto key = repeated(data.subspan(keyOffset, keyLength));
   const auto body = data.subspan(keyOffset + keyLength);
-  std::vector<std::uint8_t> archive(body.begin(), body.end());
-  for (std::size_t start = 0; start < archive.size(); start += key.size()) {
-    const std::size_t size = std::min(key.size(), archive.size() - start);
+  std::vector<std::uint8_t> archive;
+  archive.reserve(body.size());
+  for (std::size_t start = 0; start < body.size(); start += key.size()) {
+    const auto piece = body.subspan(start, std::min(key.size(), body.size() - start));
+    archive.insert(archive.end(), piece.begin(), piece.end());
+    // While it is in the cache.
     std::uint8_t* const bytes = archive.data() + start;
-    for (std::size_t index = 0; index < size; ++index) bytes[index] ^= key[index];
+    for (std::size_t index = 0; index < piece.size(); ++index) bytes[index] ^= key[index];
   }
   if (archive.size() < zipMagic.size() ||
       !std::equal(zipMagic.begin(), zipMagic.end(), archive.begin())) {

@@ -46,8 +46,8 @@ struct PacketLoggerInstallation {
 
   /// One place where a tool is looked for.
   struct ToolCandidate {
-    ToolOrigin origin;
-    std::string path;
+    ToolOrigin origin;  ///< How it came to be one.
+    std::string path;   ///< Where it would stand.
     bool operator==(const ToolCandidate&) const = default;
   };
 

@@ -28,9 +28,11 @@ class BluetoothUUID {
   /// In upper case, as wide as it was made: "180F", or 36 characters for one of 128 bits.
   std::string text() const;
 
+  /// Whether all 128 bits are the same.
   friend constexpr bool operator==(const BluetoothUUID& left, const BluetoothUUID& right) {
     return left.value_ == right.value_;
   }
+  /// By all 128 bits.
   friend constexpr std::strong_ordering operator<=>(const BluetoothUUID& left,
                                                     const BluetoothUUID& right) {
     return left.value_ <=> right.value_;
@@ -52,7 +54,7 @@ constexpr std::optional<BluetoothUUID> BluetoothUUID::parse(std::string_view tex
     if (!whole) return std::nullopt;
     return BluetoothUUID(*whole, text.size());
   }
-  // The Bluetooth Base UUID of the Core Specification; the short value replaces its first 32 bits.
+  // The Bluetooth Base UUID; the short value replaces its first 32 bits.
   UUID value = UUID::parse("00000000-0000-1000-8000-00805F9B34FB").value();
   std::size_t half = digitsOf32Bits - text.size();
   for (const char character : text) {

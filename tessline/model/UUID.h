@@ -23,7 +23,13 @@ struct UUID {
   /// The usual form, in upper case.
   std::string text() const;
 
-  constexpr std::strong_ordering operator<=>(const UUID&) const = default;
+  bool operator==(const UUID&) const = default;
+  /// By the bytes, the first one first.
+  friend constexpr std::strong_ordering operator<=>(const UUID& left, const UUID& right) {
+    // Not every standard library compares arrays in three ways.
+    if (left.bytes == right.bytes) return std::strong_ordering::equal;
+    return left.bytes < right.bytes ? std::strong_ordering::less : std::strong_ordering::greater;
+  }
 };
 
 /// The value of a hexadecimal digit, in either letter case; nothing for any other character.

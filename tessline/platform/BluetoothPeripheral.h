@@ -15,8 +15,8 @@
 
 namespace tessline::platform {
 
-/// What may be done with a characteristic: the property bits of its declaration (Bluetooth Core
-/// Specification, Vol 3, Part G, 3.3.1.1).
+/// What may be done with a characteristic: the property bits of its declaration, as the Generic
+/// Attribute Profile numbers them.
 struct BluetoothProperties {
   static constexpr std::uint32_t read = 0x02;                  ///< May be read.
   static constexpr std::uint32_t writeWithoutResponse = 0x04;  ///< May be written, unanswered.
@@ -97,6 +97,7 @@ class BluetoothPeripheralDelegate {
 /// those of the central's queue; what they ask for comes later, through the delegate. While it is
 /// not connected by that central they do nothing, and neither do they with a service or a
 /// characteristic of an earlier connection. An end of the connection ends what was asked for in it.
+/// It, its services and its characteristics may be let go of on any thread.
 class BluetoothPeripheral {
  public:
   virtual ~BluetoothPeripheral() = default;

@@ -248,6 +248,56 @@ TEST_F(ScriptedConfigurationTest, EveryDisconnectForgetsWhatWasEnabledOfAnotherT
   EXPECT_EQ(configured({report}), Lines{"write 2A4D af with response"});
 }
 
+// What neither begins nor ends a connection leaves its characteristics as they were.
+class ScriptedSetUpTest : public ScriptedConfigurationTest {
+ protected:
+  ScriptedSetUpTest() {
+    report->current = bytes("01");
+    discover(remote, {report});
+  }
+  void expectForgotNothing() {
+    EXPECT_EQ(happensWhen([this] { update(remote, report); }), Lines{"payload 01"});
+    EXPECT_EQ(configured({report}), Lines());
+  }
+
+  const Characteristic report = make("2A4D", write);
+};
+
+TEST_F(ScriptedSetUpTest, FailureOfAnotherForgetsNothing) {
+  const auto other = peripheral("Siri Two");
+  tell([&](auto& delegate) { delegate.didFailToConnect(other, nullptr); });
+  expectForgotNothing();
+}
+
+TEST_F(ScriptedSetUpTest, StopOfTheScanForgetsNothing) {
+  stopScanning();
+  expectForgotNothing();
+}
+
+TEST_F(ScriptedSetUpTest, RequestToConnectForgetsNothingUntilItIsAnswered) {
+  EXPECT_EQ(happensWhen([this] { service->connect(remote->id); }),
+            (Lines{"publish Connecting to Siri Remote", "connect 1"}));
+  expectForgotNothing();
+}
+
+TEST_F(ScriptedSetUpTest, BluetoothThatGoesOffAndOnForgetsNothing) {
+  tellState(BluetoothState::poweredOff);
+  expectForgotNothing();
+  tellState(BluetoothState::poweredOn);
+  expectForgotNothing();
+}
+
+TEST_F(ScriptedSetUpTest, DiscoveryThatFailsForgetsNothing) {
+  discoverServices({}, &refused);
+  expectForgotNothing();
+  const auto battery = std::make_shared<ScriptedService>(
+      "180F", std::vector<std::shared_ptr<platform::BluetoothCharacteristic>>());
+  answer(remote, [&](auto& delegate) {
+    delegate.didDiscoverCharacteristicsFor(remote, battery, &refused);
+  });
+  expectForgotNothing();
+}
+
 TEST_F(BluetoothConfigurationTest, RemoteThatComesBackIsEnabledAgain) {
   const std::vector<std::vector<std::uint8_t>> onceEnabled = {bytes("af")};
   const Remote remote =

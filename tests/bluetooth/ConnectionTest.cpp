@@ -68,6 +68,24 @@ TEST_F(BluetoothConnectionTest, FailureIsPublishedWithItsReasonAndNotRetried) {
   EXPECT_EQ(happensWhen([this] { host->advance(1h); }), Lines());
 }
 
+TEST_F(BluetoothConnectionTest, RemoteThatFailedCanBeConnectedByRequest) {
+  auto plan = named("Siri Remote");
+  plan.connectError = outOfRange;
+  const Remote remote = connected(plan);
+  remote->plan.connectError = std::nullopt;
+  EXPECT_EQ(happensWhen([&] { service->connect(remote->identifier()); }),
+            (Lines{"publish Connecting to Siri Remote", "connect 1", "setDelegate 1",
+                   "discoverServices 1 " + soughtServices, "publish Connected to Siri Remote"}));
+}
+
+TEST_F(BluetoothConnectionTest, RemoteHeardBesideAConnectedOneIsConnectedToo) {
+  connected(named("Siri One"));
+  const Remote second = connected(named("Siri Two"));
+  EXPECT_EQ(status(), "Connected to Siri Two");
+  EXPECT_EQ(latest().connectedDeviceID, second->identifier());
+  EXPECT_EQ(devices().size(), 2U);
+}
+
 TEST_F(ScriptedBluetoothTest, FailureWithoutAReasonIsUnknown) {
   const auto remote = peripheral(std::nullopt);
   EXPECT_EQ(happensWhen(

@@ -1,5 +1,6 @@
 #include "tests/bluetooth/ScriptedBluetooth.h"
 
+#include <algorithm>
 #include <array>
 
 namespace tessline::test {
@@ -145,6 +146,20 @@ TEST_P(UnusableBluetooth, IsTheStatusAgainAfterAnotherStart) {
   EXPECT_EQ(happensWhen([this] { service->startScanning(); }), Lines{"publish " + text});
 }
 
+TEST_P(UnusableBluetooth, LeavesConnectionAndDevices) {
+  const Remote remote =
+      connected(named("Siri Remote", {offering("1812", {characteristic("2A4D", 0x10)})}));
+  const auto before = devices();
+  ASSERT_EQ(before.size(), 1U);
+  setState(state);
+  EXPECT_EQ(latest(),
+            (BluetoothRemoteDiscoverySnapshot{text, false, before, remote->identifier()}));
+  EXPECT_EQ(happensWhen([&] {
+              EXPECT_TRUE(remote->notify({0, 0}, bytes("01")));
+            }),
+            Lines{"payload 01"});
+}
+
 INSTANTIATE_TEST_SUITE_P(EachState, UnusableBluetooth, testing::ValuesIn(unusableStates));
 
 TEST_F(BluetoothScanningTest, RetrievedRemotesAreConnectedInTheirOrderBeforeTheScan) {
@@ -200,6 +215,22 @@ TEST_F(BluetoothScanningTest, NextRetrievalReplacesWhatWasKnown) {
   ASSERT_EQ(devices().size(), 1U);
   EXPECT_EQ(devices()[0].name, "Siri Remote 2");
   EXPECT_EQ(devices()[0].lastSeen, host->surroundings().startDate + 2s);
+}
+
+TEST_F(BluetoothScanningTest, StartingAgainRetrievesAgain) {
+  const Remote remote = add(named("Siri Remote", {offering("180F"), offering("1812")}));
+  startScanning();
+  hear(remote, saying("Siri Local", {uuid("1812")}), -71);
+  ASSERT_EQ(latest().connectedDeviceID, remote->identifier());
+  host->advance(3s);
+  const Lines lines = happensWhen([this] { service->startScanning(); });
+  EXPECT_EQ(std::ranges::count(lines, "connect 1"), 1);
+  EXPECT_EQ(devices(), (std::vector<BluetoothRemoteDevice>{{identifier(1),
+                                                            "Siri Remote",
+                                                            -50,
+                                                            "Connected",
+                                                            {"180F"},
+                                                            host->surroundings().startDate + 3s}}));
 }
 
 TEST_F(BluetoothScanningTest, RemoteThatIsNotRetrievedAgainStaysListed) {

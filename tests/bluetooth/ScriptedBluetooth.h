@@ -96,7 +96,7 @@ struct ScriptedPeripheral : platform::BluetoothPeripheral {
 struct ScriptedCentral : platform::BluetoothCentral {
   explicit ScriptedCentral(Lines& calls) : journal(calls) {}
 
-  BluetoothState state() const override { return BluetoothState::poweredOn; }
+  BluetoothState state() const override { return current; }
   std::vector<std::shared_ptr<platform::BluetoothPeripheral>> retrieveConnectedPeripherals(
       std::span<const BluetoothUUID>) override {
     return retrieved;
@@ -113,6 +113,7 @@ struct ScriptedCentral : platform::BluetoothCentral {
     journal.push_back("cancel " + std::to_string(of->identifier().bytes.back()));
   }
 
+  BluetoothState current = BluetoothState::poweredOn;
   std::vector<std::shared_ptr<platform::BluetoothPeripheral>> retrieved;
   Lines& journal;
 };
@@ -163,6 +164,10 @@ class ScriptedBluetoothTest : public BluetoothServiceTest {
   }
   void tellState() {
     tell([](auto& delegate) { delegate.centralManagerDidUpdateState(); });
+  }
+  void tellState(BluetoothState state) {
+    scripted->central->current = state;
+    tellState();
   }
   void hear(const std::shared_ptr<ScriptedPeripheral>& from, std::int64_t rssi = -60,
             const BluetoothAdvertisement& advertisement = {}) {

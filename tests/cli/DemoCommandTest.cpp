@@ -3,6 +3,7 @@
 #include "tests/support/Files.h"
 
 #include <algorithm>
+#include <csignal>
 #include <cstddef>
 #include <filesystem>
 #include <string>
@@ -25,10 +26,23 @@ TEST(DemoCommand, KeepsTheVoiceThatComesByBluetooth) {
   const TemporaryDirectory directory;
   const CommandResult result = runCommand({"demo", "--voice", directory.path().native(), "--wav"});
   EXPECT_EQ(result.exitCode, 0) << result.errors;
+  EXPECT_NE(result.output.find("100 frames  voice-001.opus  voice-001.wav\n"), std::string::npos);
+  EXPECT_NE(result.output.find("files    " + directory.path().native() + "\n"), std::string::npos);
   // 100 packets of 320 samples of 2 bytes, behind 44 bytes of header.
   EXPECT_EQ(std::filesystem::file_size(directory.path() / "voice-001.wav"), 64044U);
   EXPECT_TRUE(std::filesystem::exists(directory.path() / "voice-001.opus"));
   EXPECT_FALSE(std::filesystem::exists(directory.path() / "voice-002.opus"));
+}
+
+TEST(DemoCommand, InRealTimeLaterThingsComeLater) {
+  Command command({"demo", "--realtime"});
+  const std::string shown = command.readUntil("Scanning for Bluetooth devices");
+  EXPECT_EQ(shown.find("connecting"), std::string::npos) << shown;
+  command.send(SIGINT);
+  const CommandResult result = command.finish();
+  EXPECT_EQ(result.signal, SIGINT);
+  EXPECT_EQ(result.output.find("battery"), std::string::npos) << result.output;
+  EXPECT_NE(result.output.find("voice    0 sessions"), std::string::npos) << result.output;
 }
 
 TEST(DemoCommand, WavNeedsAVoiceDirectory) {

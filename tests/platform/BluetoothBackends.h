@@ -4,6 +4,7 @@
 
 #include "tessline/platform/simulated/SimulatedHost.h"
 #include "tests/platform/BluetoothContract.h"
+#include "tests/support/VirtualWaiting.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -19,12 +20,7 @@ namespace tessline::test {
 class SimulatedBluetoothBackend : public BluetoothBackend {
  public:
   std::shared_ptr<platform::Platform> platform() override { return host_; }
-  bool waitUntil(const std::function<bool()>& isDone) override {
-    while (!isDone()) {
-      if (!host_->scheduler().runNext()) return false;
-    }
-    return true;
-  }
+  bool waitUntil(const std::function<bool()>& isDone) override { return runUntil(*host_, isDone); }
   void settle() override { host_->runReady(); }
 
   std::vector<platform::BluetoothState> otherStates() override {

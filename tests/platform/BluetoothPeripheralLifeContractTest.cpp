@@ -1,5 +1,7 @@
 #include "tests/platform/BluetoothPeripheralContract.h"
 
+#include <thread>
+
 namespace tessline::test {
 namespace {
 
@@ -9,6 +11,23 @@ using Bytes = std::vector<std::uint8_t>;
 class BluetoothPeripheralLifeContract : public BluetoothPeripheralContract {
  protected:
   const FoundPeripheral& lampFound() { return journal->found.at("lamp"); }
+  struct Objects {
+    FoundPeripheral peripheral;
+    FoundService service;
+    FoundCharacteristic characteristic;
+  };
+  // The lamp and what was discovered of it, of which the journal keeps nothing.
+  Objects takeObjects() {
+    return ask([this] {
+      const auto battery = lampFound()->services().at(0);
+      Objects taken = {lampFound(), battery, battery->characteristics().at(0)};
+      journal->found.clear();
+      journal->lastPeripheral.reset();
+      journal->lastService.reset();
+      journal->lastCharacteristic.reset();
+      return taken;
+    });
+  }
   // Does all that may be done with a peripheral and its objects.
   void doEverything(const FoundPeripheral& peripheral, const FoundService& service,
                     const FoundCharacteristic& characteristic) {
@@ -81,6 +100,29 @@ TEST_P(BluetoothPeripheralLifeContract, ObjectsMayBeLookedAtBeyondTheirConnectio
   EXPECT_EQ(heldUUID.text(), "2A19");
   EXPECT_EQ(held->properties().bits, reads | notifies);
   EXPECT_EQ(valueOf(held), "64");
+}
+
+TEST_P(BluetoothPeripheralLifeContract, ObjectsMayBeLetGoOfOnAnyThread) {
+  const std::size_t made = makeDiscovered();
+  setNotify("lamp", level, true);
+  Objects earlier = takeObjects();
+  perform([&] { journal->found["lamp"] = earlier.peripheral; });
+  reconnect(made, "lamp");
+  discoverAll("lamp", lamp);
+  setNotify("lamp", level, true);
+  Objects current = takeObjects();
+  perform([&] { backend->notify(made, level, {1}); });
+  std::thread([&] { earlier = current = {}; }).join();
+  forgetNotes();
+  // Whether the connection has outlived that is up to the host; the next is like any other.
+  backend->drop(made, std::nullopt);
+  forgetNotes();
+  scan();
+  advertise(made);
+  expectNotes({"heard lamp"});
+  connect("lamp");
+  expectNotes({"connected lamp"});
+  discoverServices("lamp", {"180F"});
 }
 
 TEST_P(BluetoothPeripheralLifeContract, EndOfTheConnectionEndsWhatWasAskedFor) {

@@ -190,10 +190,12 @@ class HostEnvironmentResources : public HostEnvironment {
     const auto* test = testing::UnitTest::GetInstance()->current_test_info();
     const auto processes = platform::hostPlatform()->childProcesses();
     const auto output = processes->makePipe();
+    // All of that one test, even if this process runs a part of all.
     const auto process = processes->makeProcess(
-        {.executable = copy,
-         .arguments = {"--gtest_filter=" + std::string(test->test_suite_name()) + "." +
-                       test->name()},
+        {.executable = "/usr/bin/env",
+         .arguments = {"-u", "GTEST_TOTAL_SHARDS", "-u", "GTEST_SHARD_INDEX", copy,
+                       "--gtest_filter=" + std::string(test->test_suite_name()) + "." +
+                           test->name()},
          .standardOutput = output,
          .standardError = output});
     process->launch();

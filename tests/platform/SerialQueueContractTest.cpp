@@ -1,5 +1,6 @@
 #include "tessline/platform/simulated/SimulatedHost.h"
 #include "tests/platform/SerialQueueContract.h"
+#include "tests/support/VirtualWaiting.h"
 
 #include <algorithm>
 #include <atomic>
@@ -19,12 +20,7 @@ namespace {
 class VirtualBackend : public QueueBackend {
  public:
   std::shared_ptr<platform::Platform> platform() override { return host_; }
-  bool waitUntil(const std::function<bool()>& isDone) override {
-    while (!isDone()) {
-      if (!host_->scheduler().runNext()) return false;
-    }
-    return true;
-  }
+  bool waitUntil(const std::function<bool()>& isDone) override { return runUntil(*host_, isDone); }
 
  private:
   std::shared_ptr<platform::simulated::SimulatedHost> host_ =

@@ -4,6 +4,7 @@
 
 #include "tessline/platform/simulated/SimulatedHost.h"
 #include "tests/platform/ChildProcessContract.h"
+#include "tests/support/VirtualWaiting.h"
 
 #include <cstdint>
 #include <functional>
@@ -18,12 +19,7 @@ namespace tessline::test {
 class SimulatedProcessBackend : public ProcessBackend {
  public:
   std::shared_ptr<platform::ChildProcesses> processes() override { return host_->childProcesses(); }
-  bool waitUntil(const std::function<bool()>& isDone) override {
-    while (!isDone()) {
-      if (!host_->scheduler().runNext()) return false;
-    }
-    return true;
-  }
+  bool waitUntil(const std::function<bool()>& isDone) override { return runUntil(*host_, isDone); }
 
   Program writing(const std::string& output, const std::string& errors, int status) override {
     SimulatedProgram program;

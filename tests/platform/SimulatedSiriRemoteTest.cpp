@@ -18,6 +18,7 @@ namespace {
 
 using platform::simulated::SimulatedHost;
 using platform::simulated::SimulatedSiriRemote;
+using platform::simulated::SimulatedSiriRemoteOptions;
 using std::chrono::milliseconds;
 using Packets = std::vector<std::vector<std::uint8_t>>;
 
@@ -138,6 +139,16 @@ TEST_F(SimulatedSiriRemoteTest, TellsItsBattery) {
   EXPECT_EQ(batteryLevels, expected);
 }
 
+TEST_F(SimulatedSiriRemoteTest, LevelThatChangesBeforeItIsAskedForIsTheNewOne) {
+  service->onSnapshotChanged = [this](const BluetoothRemoteDiscoverySnapshot& snapshot) {
+    status = snapshot.status;
+    if (snapshot.connectedDeviceID) remote->setBatteryLevel(63);
+  };
+  connect();
+  const std::vector<std::optional<std::int64_t>> expected = {63};
+  EXPECT_EQ(batteryLevels, expected);
+}
+
 TEST_F(SimulatedSiriRemoteTest, IsNotHeardBeforeItWakes) {
   service->startScanning();
   host->advance(milliseconds(5000));
@@ -178,6 +189,17 @@ TEST_F(SimulatedSiriRemoteTest, LevelThatChangedWhileItWasGoneIsToldAfterwards) 
   remote->wake();
   host->runReady();
   EXPECT_EQ(batteryLevels.back(), 12);
+}
+
+TEST_F(SimulatedSiriRemoteTest, LevelThatChangedIsReadAgainInTheSameConnection) {
+  connect();
+  remote->setBatteryLevel(63);
+  host->runReady();
+  // It is connected, which the host says again; so it is set up again.
+  service->connect(SimulatedSiriRemoteOptions().identifier);
+  host->runReady();
+  const std::vector<std::optional<std::int64_t>> expected = {64, 63, 63};
+  EXPECT_EQ(batteryLevels, expected);
 }
 
 TEST_F(SimulatedSiriRemoteTest, VerbsEndWithTheRemote) {

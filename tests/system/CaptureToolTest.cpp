@@ -9,14 +9,19 @@ namespace {
 const std::string first = "00 00 01 1B 23 00 03 00";
 const std::string second = "00 00 02 1B 23 00 03 00";
 
+// For a tool that waits first and then does something that changes the status.
+void startAndGoOn(CaptureMachine& machine, CaptureApplication& application) {
+  application.start();
+  application.waitForStatus(1);
+  machine.goOn();
+  application.waitForStatus(2);
+}
+
 TEST(CaptureTool, RunsAsRootWithItsFourArguments) {
   CaptureMachine::run([](CaptureMachine& machine) {
     machine.script("await\nintroduce\npause\n");
     CaptureApplication application;
-    application.start();
-    application.waitForStatus(1);
-    machine.goOn();
-    application.waitForStatus(2);
+    startAndGoOn(machine, application);
     application.expectAll(
         {capturing(runs),
          capturing("PacketLogger: user 0 /opt/tool/packetlogger convert -s -f nhdr")});
@@ -73,10 +78,7 @@ TEST(CaptureTool, MayEndByItself) {
   CaptureMachine::run([](CaptureMachine& machine) {
     machine.script("await\nline " + packet(first) + "\nexit 0\n");
     CaptureApplication application;
-    application.start();
-    application.waitForStatus(1);
-    machine.goOn();
-    application.waitForStatus(2);
+    startAndGoOn(machine, application);
     EXPECT_EQ(application.counts(),
               "1 parsed, 1 accepted, 0 voice, 1 events; /opt/tool/packetlogger");
     application.expectAll({capturing(runs), notCapturing(ended)});
@@ -87,10 +89,7 @@ TEST(CaptureTool, MayFail) {
   CaptureMachine::run([](CaptureMachine& machine) {
     machine.script("await\nexit 7\n");
     CaptureApplication application;
-    application.start();
-    application.waitForStatus(1);
-    machine.goOn();
-    application.waitForStatus(2);
+    startAndGoOn(machine, application);
     application.expectAll({capturing(runs), notCapturing(exited(7))});
   });
 }
@@ -100,10 +99,7 @@ TEST(CaptureTool, MayDieByASignal) {
     for (const int signal : {SIGKILL, SIGSEGV, SIGTERM}) {
       machine.script("await\ndie " + std::to_string(signal) + "\n");
       CaptureApplication application;
-      application.start();
-      application.waitForStatus(1);
-      machine.goOn();
-      application.waitForStatus(2);
+      startAndGoOn(machine, application);
       application.expectAll({capturing(runs), notCapturing(exited(128 + signal))});
     }
   });
@@ -138,10 +134,7 @@ TEST(CaptureTool, KeepsItsLinesInOrderInAFlood) {
   CaptureMachine::run([](CaptureMachine& machine) {
     machine.script("await\nflood 20000\nexit 0\n");
     CaptureApplication application;
-    application.start();
-    application.waitForStatus(1);
-    machine.goOn();
-    application.waitForStatus(2);
+    startAndGoOn(machine, application);
     EXPECT_EQ(application.counts(),
               "20000 parsed, 20000 accepted, 0 voice, 20000 events; /opt/tool/packetlogger");
     application.expectAll({capturing(runs), notCapturing(ended)});

@@ -46,7 +46,7 @@ void SimulatedBluetooth::advertise(const std::shared_ptr<SimulatedPeripheral>& p
 }
 
 void SimulatedBluetooth::drop(const std::shared_ptr<SimulatedPeripheral>& peripheral,
-                              std::optional<TesslineError> error) {
+                              const std::optional<TesslineError>& error) {
   for (const auto& central : centrals()) central->dropped(peripheral, error);
 }
 

@@ -45,7 +45,7 @@ class SimulatedBluetooth : public std::enable_shared_from_this<SimulatedBluetoot
                  const BluetoothAdvertisement& advertisement, std::int64_t rssi);
   /// Its connection breaks, with an error if there is one; nothing without a connection.
   void drop(const std::shared_ptr<SimulatedPeripheral>& peripheral,
-            std::optional<TesslineError> error);
+            const std::optional<TesslineError>& error);
   /// Attempts to connect to it that wait are tried again, as its plan now says.
   void retryAttempts(const std::shared_ptr<SimulatedPeripheral>& peripheral);
 

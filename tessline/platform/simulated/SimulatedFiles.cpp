@@ -67,9 +67,10 @@ SimulatedFileManager::Place SimulatedFileManager::locate(const std::string& path
       place = parentOf(place);
       continue;
     }
-    const SimulatedFile* next = at(place + "/" + name);
+    const std::string inside = std::string(place).append("/").append(name);
+    const SimulatedFile* next = at(inside);
     if (next == nullptr || next->linkTarget.empty() || (names.empty() && !followsLast)) {
-      place += "/" + name;
+      place = inside;
       continue;
     }
     if (++links > mostLinks) return {place, std::errc::too_many_symbolic_link_levels};

@@ -20,7 +20,7 @@ class SimulatedCharacteristic : public BluetoothCharacteristic {
  public:
   SimulatedCharacteristic(SimulatedCharacteristicPlan about,
                           const SimulatedCharacteristicPlace& where)
-      : plan(std::move(about)), place(where) {}
+      : plan(std::move(about)), place(where), readable(plan.value) {}
 
   const BluetoothUUID& uuid() const override { return plan.uuid; }
   BluetoothProperties properties() const override { return plan.properties; }
@@ -31,6 +31,8 @@ class SimulatedCharacteristic : public BluetoothCharacteristic {
 
   const SimulatedCharacteristicPlan plan;
   const SimulatedCharacteristicPlace place;
+  // What a read gives: the newest value, told of or not.
+  std::optional<std::vector<std::uint8_t>> readable;
   std::optional<std::vector<std::uint8_t>> current;
   std::vector<std::vector<std::uint8_t>> written;
   bool isDiscovered = false;
@@ -173,8 +175,8 @@ void SimulatedPeripheral::readValue(
   answer([self = shared_from_this(),
           asked = std::static_pointer_cast<SimulatedCharacteristic>(characteristic)] {
     std::optional<TesslineError> error;
-    if (asked->plan.value) {
-      asked->current = asked->plan.value;
+    if (asked->readable) {
+      asked->current = asked->readable;
     } else {
       constexpr std::int64_t readNotPermitted = 2;
       error.emplace("CBATTErrorDomain", readNotPermitted, "Reading is not permitted.");
@@ -215,6 +217,7 @@ bool SimulatedPeripheral::notify(const SimulatedCharacteristicPlace& place,
   const auto& all = services_[place.service]->all;
   if (place.characteristic >= all.size()) return false;
   const auto& characteristic = all[place.characteristic];
+  if (!error && characteristic->readable) characteristic->readable = value;
   if (!characteristic->isNotifying) return false;
   answer([self = shared_from_this(), characteristic, value = std::move(value),
           error = std::move(error)] {

@@ -83,8 +83,8 @@ class SimulatedPeripheral : public BluetoothPeripheral,
 
   /// Counts from 1, in the order of appearance.
   std::int64_t number() const { return number_; }
-  /// Tells of a new value of a characteristic that it was asked to tell of; of an error instead if
-  /// there is one. Whether it was.
+  /// A characteristic has a new value, which reads give from now on, and the peripheral tells of it
+  /// if it was asked to; of an error instead if there is one. Whether it was asked to.
   bool notify(const SimulatedCharacteristicPlace& place, std::vector<std::uint8_t> value,
               std::optional<TesslineError> error = std::nullopt);
   /// What was written to a characteristic in this connection, in order.

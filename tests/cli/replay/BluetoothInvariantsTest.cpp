@@ -100,7 +100,7 @@ TEST(SnapshotsAreTrue, ReportsAScanThatIsPassedOver) {
 
 TEST(SnapshotsAreTrue, ReportsAConnectionThatIsNone) {
   auto one = publication("Scan stopped", false, remoteID);
-  one.connected = {otherID};
+  one.connected.clear();
   EXPECT_EQ(textsOn(one),
             Texts{"5E1B0D6A-3C44-4F0B-9A7D-2E6C8F1A9B30 is published as connected and is not"});
 }
@@ -111,10 +111,65 @@ TEST(SnapshotsAreTrue, FindsTheConnectionAmongOthers) {
   EXPECT_EQ(textsOn(one), Texts{});
 }
 
-TEST(SnapshotsAreTrue, TakesAConnectionThatIsNotPublished) {
-  auto one = publication("Scan stopped");
-  one.connected = {otherID};
-  EXPECT_EQ(textsOn(one), Texts{});
+// What is published while these are connected.
+Observation publishing(std::optional<UUID> id, const std::vector<UUID>& connected) {
+  auto one = publication("Scan stopped", false, id);
+  one.connected = connected;
+  return one;
+}
+
+Texts textsOnConnections(const std::vector<Observation>& observations) {
+  return textsOf(cli::makeSnapshotsAreTrue(), observations);
+}
+
+const Texts otherIsPassedOver = {
+    "5E1B0D6A-3C44-4F0B-9A7D-2E6C8F1A9B31 has connected and is not published"};
+
+TEST(SnapshotsAreTrue, ReportsAConnectionThatIsPassedOver) {
+  EXPECT_EQ(textsOnConnections({publishing({}, {otherID})}), otherIsPassedOver);
+}
+
+TEST(SnapshotsAreTrue, ReportsAnEarlierConnectionInPlaceOfTheLast) {
+  EXPECT_EQ(textsOnConnections(
+                {publishing(remoteID, {remoteID}), publishing(remoteID, {otherID, remoteID})}),
+            otherIsPassedOver);
+}
+
+TEST(SnapshotsAreTrue, ReportsAConnectionEachTimeThatItIsPassedOver) {
+  EXPECT_EQ(textsOnConnections({publishing(otherID, {otherID}), publishing({}, {otherID}),
+                                publishing({}, {otherID})})
+                .size(),
+            2U);
+}
+
+TEST(SnapshotsAreTrue, TakesAnEarlierConnectionThatIsNotPublishedWhenTheLastHasEnded) {
+  EXPECT_EQ(textsOnConnections({publishing(remoteID, {remoteID}),
+                                publishing(otherID, {remoteID, otherID}),
+                                publishing({}, {remoteID}), publishing({}, {remoteID})}),
+            Texts{});
+}
+
+TEST(SnapshotsAreTrue, ReportsAConnectionThatHasEndedWhileAnotherStands) {
+  EXPECT_EQ(
+      textsOnConnections({publishing(otherID, {otherID}), publishing(remoteID, {otherID, remoteID}),
+                          publishing(remoteID, {otherID})}),
+      Texts{"5E1B0D6A-3C44-4F0B-9A7D-2E6C8F1A9B30 is published as connected and is not"});
+}
+
+TEST(SnapshotsAreTrue, ConnectionThatIsMadeAgainIsTheLast) {
+  EXPECT_EQ(textsOnConnections(
+                {publishing(otherID, {otherID}), publishing(remoteID, {otherID, remoteID}),
+                 publishing(remoteID, {remoteID}), publishing(remoteID, {otherID, remoteID})}),
+            otherIsPassedOver);
+}
+
+TEST(SnapshotsAreTrue, FollowsTheConnectionsOfEachServiceApart) {
+  EXPECT_EQ(textsOnConnections(
+                {publishing(remoteID, {remoteID}), cli::BluetoothCreated{}, publishing({}, {})}),
+            Texts{});
+  EXPECT_EQ(textsOnConnections({publishing(remoteID, {otherID, remoteID}), cli::BluetoothCreated{},
+                                publishing({}, {otherID})}),
+            otherIsPassedOver);
 }
 
 TEST(SnapshotsAreTrue, ReportsConnectedWithoutAConnection) {
@@ -157,8 +212,17 @@ INSTANTIATE_TEST_SUITE_P(
         StatusOfAState{"unauthorized", "Bluetooth permission is not authorized",
                        BluetoothState::unauthorized},
         StatusOfAState{"poweredOff", "Bluetooth is powered off", BluetoothState::poweredOff},
-        StatusOfAState{"poweredOn", "Scanning for Bluetooth devices", BluetoothState::poweredOn}),
+        StatusOfAState{"poweredOn", "Scanning for Bluetooth devices", BluetoothState::poweredOn},
+        StatusOfAState{"another", "Unknown Bluetooth state", static_cast<BluetoothState>(6)}),
     [](const auto& each) { return each.param.name; });
+
+TEST(SnapshotsAreTrue, TakesAnUnknownStateBeyondThoseThatHaveAStatus) {
+  for (const std::int64_t number : {-1, 7, 1000}) {
+    auto one = publication("Unknown Bluetooth state");
+    one.state = static_cast<BluetoothState>(number);
+    EXPECT_EQ(textsOn(one), Texts{}) << number;
+  }
+}
 
 BluetoothRemoteDevice remote(const std::string& name, std::int64_t rssi) {
   return {.id = remoteID,
