@@ -11,6 +11,7 @@
 #include "tessline/platform/LogSink.h"
 #include "tessline/platform/MainRunLoop.h"
 #include "tessline/platform/MultitouchLibrary.h"
+#include "tessline/platform/Permissions.h"
 #include "tessline/platform/PointerEvents.h"
 #include "tessline/platform/Screens.h"
 #include "tessline/platform/SerialQueue.h"
@@ -64,6 +65,9 @@ class Platform {
 
   /// What surrounds this process. Never null.
   virtual std::shared_ptr<HostEnvironment> environment() = 0;
+
+  /// What the user allows. Never null.
+  virtual std::shared_ptr<Permissions> permissions() = 0;
 };
 
 /// The platform of the host that this library was built for; always the same object.

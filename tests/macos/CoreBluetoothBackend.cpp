@@ -37,6 +37,7 @@ class QueuesAndBluetooth : public platform::Platform {
   std::shared_ptr<platform::ChildProcesses> childProcesses() override { return nullptr; }
   std::shared_ptr<platform::FileManager> fileManager() override { return nullptr; }
   std::shared_ptr<platform::HostEnvironment> environment() override { return nullptr; }
+  std::shared_ptr<platform::Permissions> permissions() override { return nullptr; }
 };
 
 std::optional<standin::bluetooth::Error> made(const std::optional<std::string>& error) {

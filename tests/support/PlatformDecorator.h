@@ -46,6 +46,7 @@ class PlatformDecorator : public platform::Platform {
   std::shared_ptr<platform::HostEnvironment> environment() override {
     return inner_->environment();
   }
+  std::shared_ptr<platform::Permissions> permissions() override { return inner_->permissions(); }
 
  private:
   const std::shared_ptr<platform::Platform> inner_;

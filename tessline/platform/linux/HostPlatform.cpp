@@ -98,6 +98,12 @@ class NoPointerEvents : public PointerEvents {
   bool postScrollEvent(std::int32_t, std::int32_t) override { return false; }
 };
 
+// What guards input devices here are the modes of files.
+class NoPermissions : public Permissions {
+ public:
+  PermissionState state(Permission) override { return PermissionState::notNeeded; }
+};
+
 class LinuxPlatform : public Platform {
  public:
   std::shared_ptr<SerialQueue> makeSerialQueue(std::string_view label) override {
@@ -126,6 +132,7 @@ class LinuxPlatform : public Platform {
   std::shared_ptr<ChildProcesses> childProcesses() override { return childProcesses_; }
   std::shared_ptr<FileManager> fileManager() override { return fileManager_; }
   std::shared_ptr<HostEnvironment> environment() override { return environment_; }
+  std::shared_ptr<Permissions> permissions() override { return permissions_; }
 
  private:
   const std::shared_ptr<MainRunLoop> mainRunLoop_ = std::make_shared<ContextRunLoop>();
@@ -136,6 +143,7 @@ class LinuxPlatform : public Platform {
   const std::shared_ptr<ChildProcesses> childProcesses_ = makePosixChildProcesses();
   const std::shared_ptr<FileManager> fileManager_ = makePosixFileManager();
   const std::shared_ptr<HostEnvironment> environment_ = makeLinuxEnvironment();
+  const std::shared_ptr<Permissions> permissions_ = std::make_shared<NoPermissions>();
 };
 
 }  // namespace

@@ -51,7 +51,8 @@ SimulatedHost::SimulatedHost()
       desktop_(std::make_shared<SimulatedDesktop>(calls_)),
       processes_(std::make_shared<SimulatedProcesses>(calls_)),
       files_(std::make_shared<SimulatedFileManager>(calls_)),
-      environment_(std::make_shared<SimulatedEnvironment>(scheduler_)) {}
+      environment_(std::make_shared<SimulatedEnvironment>(scheduler_)),
+      permissions_(std::make_shared<SimulatedPermissions>(desktop_)) {}
 
 // Waiting work may hold facilities that hold the scheduler that holds the work, and running
 // programs hold what keeps them running.

@@ -9,6 +9,7 @@
 #include "tessline/platform/simulated/SimulatedFiles.h"
 #include "tessline/platform/simulated/SimulatedHIDBus.h"
 #include "tessline/platform/simulated/SimulatedMultitouch.h"
+#include "tessline/platform/simulated/SimulatedPermissions.h"
 #include "tessline/platform/simulated/SimulatedProcesses.h"
 #include "tessline/platform/simulated/VirtualScheduler.h"
 
@@ -51,6 +52,7 @@ class SimulatedHost : public Platform {
   std::shared_ptr<ChildProcesses> childProcesses() override { return processes_; }
   std::shared_ptr<FileManager> fileManager() override { return files_; }
   std::shared_ptr<HostEnvironment> environment() override { return environment_; }
+  std::shared_ptr<Permissions> permissions() override { return permissions_; }
 
   /// Moves the clock, running what falls due.
   void advance(QueueTime duration) { scheduler_->advance(duration); }
@@ -73,6 +75,8 @@ class SimulatedHost : public Platform {
   SimulatedFileManager& files() { return *files_; }
   /// What surrounds the process.
   SimulatedEnvironment& surroundings() { return *environment_; }
+  /// What the user allows.
+  SimulatedPermissions& allowed() { return *permissions_; }
   /// The calls that services made. Log lines are the calls "log".
   CallLog& calls() { return *calls_; }
 
@@ -90,6 +94,7 @@ class SimulatedHost : public Platform {
   std::shared_ptr<SimulatedProcesses> processes_;
   std::shared_ptr<SimulatedFileManager> files_;
   std::shared_ptr<SimulatedEnvironment> environment_;
+  std::shared_ptr<SimulatedPermissions> permissions_;
 };
 
 }  // namespace tessline::platform::simulated
