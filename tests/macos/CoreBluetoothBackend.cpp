@@ -47,6 +47,17 @@ std::optional<standin::bluetooth::Error> made(const std::optional<std::string>& 
 
 }  // namespace
 
+std::vector<BluetoothBackendChoice> bluetoothBackends() {
+  using standin::bluetooth::CancelledAttempt;
+  const auto choice = [](const char* name, CancelledAttempt kind) {
+    return BluetoothBackendChoice{name,
+                                  [kind] { return std::make_unique<CoreBluetoothBackend>(kind); }};
+  };
+  return {choice("CoreBluetooth", CancelledAttempt::isTold),
+          choice("CoreBluetoothLateAboutCancels", CancelledAttempt::isToldLate),
+          choice("CoreBluetoothSilentAboutCancels", CancelledAttempt::isSilent)};
+}
+
 CoreBluetoothBackend::CoreBluetoothBackend(standin::bluetooth::CancelledAttempt cancelledAttempt)
     : objectsBefore_(standin::objc::liveObjects()),
       queuesBefore_(standin::dispatch::liveObjects()),

@@ -1,4 +1,4 @@
-#include "tests/platform/BluetoothBackends.h"
+#include "tests/platform/BluetoothContract.h"
 
 namespace tessline::test {
 namespace {
@@ -284,7 +284,8 @@ TEST_P(BluetoothCentralContract, CentralsScanApart) {
   EXPECT_EQ(otherJournal->take(), Names{"heard lamp"});
 }
 
-INSTANTIATE_TEST_SUITE_P(On, BluetoothCentralContract, bluetoothBackends, backendName);
+INSTANTIATE_TEST_SUITE_P(On, BluetoothCentralContract, testing::ValuesIn(bluetoothBackends()),
+                         backendName);
 
 }  // namespace
 }  // namespace tessline::test

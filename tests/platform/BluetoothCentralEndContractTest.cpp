@@ -1,4 +1,4 @@
-#include "tests/platform/BluetoothBackends.h"
+#include "tests/platform/BluetoothContract.h"
 
 #include <algorithm>
 
@@ -96,7 +96,8 @@ TEST_P(BluetoothCentralEndContract, OperationsOnItsPeripheralsDoNothing) {
   expectNotes({});
 }
 
-INSTANTIATE_TEST_SUITE_P(On, BluetoothCentralEndContract, bluetoothBackends, backendName);
+INSTANTIATE_TEST_SUITE_P(On, BluetoothCentralEndContract, testing::ValuesIn(bluetoothBackends()),
+                         backendName);
 
 // Within each call in turn, with more calls behind it.
 class BluetoothCentralEndWithinContract : public BluetoothCentralEndContract {
@@ -187,7 +188,8 @@ TEST_P(BluetoothCentralEndWithinContract, CallsNothingMoreWhenTheStateIsTold) {
   expectLast("state");
 }
 
-INSTANTIATE_TEST_SUITE_P(On, BluetoothCentralEndWithinContract, bluetoothBackends, backendName);
+INSTANTIATE_TEST_SUITE_P(On, BluetoothCentralEndWithinContract,
+                         testing::ValuesIn(bluetoothBackends()), backendName);
 
 }  // namespace
 }  // namespace tessline::test

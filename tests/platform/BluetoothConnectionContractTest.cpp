@@ -1,4 +1,4 @@
-#include "tests/platform/BluetoothBackends.h"
+#include "tests/platform/BluetoothContract.h"
 
 namespace tessline::test {
 namespace {
@@ -329,7 +329,8 @@ TEST_P(BluetoothConnectionContract, ConnectionIsMadeThoughNobodyIsTold) {
   expectNotes({});
 }
 
-INSTANTIATE_TEST_SUITE_P(On, BluetoothConnectionContract, bluetoothBackends, backendName);
+INSTANTIATE_TEST_SUITE_P(On, BluetoothConnectionContract, testing::ValuesIn(bluetoothBackends()),
+                         backendName);
 
 }  // namespace
 }  // namespace tessline::test

@@ -93,6 +93,9 @@ struct BluetoothBackendChoice {
   std::function<std::unique_ptr<BluetoothBackend>()> make;
 };
 
+/// The backends that this program's tests run on.
+std::vector<BluetoothBackendChoice> bluetoothBackends();
+
 using BluetoothNotes = std::vector<std::string>;
 using FoundPeripheral = std::shared_ptr<platform::BluetoothPeripheral>;
 using FoundService = std::shared_ptr<platform::BluetoothService>;

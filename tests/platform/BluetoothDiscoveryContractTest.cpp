@@ -153,7 +153,8 @@ TEST_P(BluetoothDiscoveryContract, NothingIsOfferedWithoutAConnection) {
   EXPECT_EQ(hadServices, false);
 }
 
-INSTANTIATE_TEST_SUITE_P(On, BluetoothDiscoveryContract, bluetoothBackends, backendName);
+INSTANTIATE_TEST_SUITE_P(On, BluetoothDiscoveryContract, testing::ValuesIn(bluetoothBackends()),
+                         backendName);
 
 }  // namespace
 }  // namespace tessline::test

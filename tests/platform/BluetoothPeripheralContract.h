@@ -2,7 +2,7 @@
 /// What every backend's Bluetooth peripherals are tested through, once they are connected.
 #pragma once
 
-#include "tests/platform/BluetoothBackends.h"
+#include "tests/platform/BluetoothContract.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -183,7 +183,8 @@ TEST_P(BluetoothPeripheralLifeContract, WhatIsAskedForHappensThoughNobodyIsTold)
   EXPECT_EQ(textsOf(services("lamp")), Texts{"180F"});
 }
 
-INSTANTIATE_TEST_SUITE_P(On, BluetoothPeripheralLifeContract, bluetoothBackends, backendName);
+INSTANTIATE_TEST_SUITE_P(On, BluetoothPeripheralLifeContract,
+                         testing::ValuesIn(bluetoothBackends()), backendName);
 
 }  // namespace
 }  // namespace tessline::test

@@ -1,4 +1,4 @@
-#include "tests/platform/BluetoothBackends.h"
+#include "tests/platform/BluetoothContract.h"
 
 namespace tessline::test {
 namespace {
@@ -69,7 +69,8 @@ TEST_P(BluetoothRetrievalContract, CallsNothing) {
   expectNotes({});
 }
 
-INSTANTIATE_TEST_SUITE_P(On, BluetoothRetrievalContract, bluetoothBackends, backendName);
+INSTANTIATE_TEST_SUITE_P(On, BluetoothRetrievalContract, testing::ValuesIn(bluetoothBackends()),
+                         backendName);
 
 }  // namespace
 }  // namespace tessline::test

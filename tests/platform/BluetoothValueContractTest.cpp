@@ -154,7 +154,8 @@ TEST_P(BluetoothValueContract, AnswersComeInTheOrderOfTheQuestions) {
       {"no value lamp 2A1A", "services lamp", "value lamp 2A19: 64", "characteristics lamp 180F"});
 }
 
-INSTANTIATE_TEST_SUITE_P(On, BluetoothValueContract, bluetoothBackends, backendName);
+INSTANTIATE_TEST_SUITE_P(On, BluetoothValueContract, testing::ValuesIn(bluetoothBackends()),
+                         backendName);
 
 }  // namespace
 }  // namespace tessline::test

@@ -1,5 +1,7 @@
 #include "tessline/platform/macos/MacEnvironment.h"
 
+#include "tessline/platform/macos/FoundationText.h"
+
 #include <Foundation/Foundation.h>
 #include <unistd.h>
 
@@ -13,18 +15,6 @@
 namespace tessline::platform {
 
 namespace {
-
-std::optional<std::string> textOf(NSString* text) {
-  const char* const bytes = text.UTF8String;
-  if (bytes == nullptr) return std::nullopt;
-  return bytes;
-}
-
-NSString* made(std::string_view text) {
-  return [[NSString alloc] initWithBytes:text.data()
-                                  length:text.size()
-                                encoding:NSUTF8StringEncoding];
-}
 
 class MacEnvironment : public HostEnvironment {
  public:
@@ -71,8 +61,8 @@ class MacEnvironment : public HostEnvironment {
       NSBundle* where = bundle == Bundle::main
                             ? NSBundle.mainBundle
                             : [NSBundle bundleForClass:[TesslineLibraryAnchor class]];
-      NSString* type = extension.empty() ? nil : made(extension);
-      return textOf([where pathForResource:made(name) ofType:type]);
+      NSString* type = extension.empty() ? nil : makeNSString(extension);
+      return textOf([where pathForResource:makeNSString(name) ofType:type]);
     }
   }
 };

@@ -1,7 +1,3 @@
-/// @file
-/// The backends that the contract of Bluetooth is tested on.
-#pragma once
-
 #include "tessline/platform/simulated/SimulatedHost.h"
 #include "tests/platform/BluetoothContract.h"
 #include "tests/support/VirtualWaiting.h"
@@ -16,6 +12,8 @@
 #include <vector>
 
 namespace tessline::test {
+
+namespace {
 
 class SimulatedBluetoothBackend : public BluetoothBackend {
  public:
@@ -94,7 +92,10 @@ class SimulatedBluetoothBackend : public BluetoothBackend {
   std::vector<std::shared_ptr<platform::simulated::SimulatedPeripheral>> peripherals_;
 };
 
-inline const auto bluetoothBackends = testing::Values(BluetoothBackendChoice{
-    "Simulated", [] { return std::make_unique<SimulatedBluetoothBackend>(); }});
+}  // namespace
+
+std::vector<BluetoothBackendChoice> bluetoothBackends() {
+  return {{"Simulated", [] { return std::make_unique<SimulatedBluetoothBackend>(); }}};
+}
 
 }  // namespace tessline::test
