@@ -5,7 +5,10 @@
 #include "cli/TextStyle.h"
 #include "cli/doctor/CaptureChecks.h"
 #include "cli/doctor/CheckReport.h"
+#include "cli/doctor/DeviceChecks.h"
 
+#include <algorithm>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -23,7 +26,9 @@ struct DoctorOptions {
 
 void examine(const DoctorOptions& options) {
   Output output = Output::standard();
-  const auto checks = captureChecks(*platform::hostPlatform(), options.tool);
+  const auto host = platform::hostPlatform();
+  auto checks = captureChecks(*host, options.tool);
+  std::ranges::move(deviceChecks(host), std::back_inserter(checks));
   switch (options.format) {
     case OutputFormat::text:
       output.write(textReport(checks, TextStyle::forOutput(output.isTerminal())));
@@ -41,7 +46,7 @@ void examine(const DoctorOptions& options) {
 void addDoctorCommand(CLI::App& application) {
   auto options = std::make_shared<DoctorOptions>();
   CLI::App* const command =
-      application.add_subcommand("doctor", "Tell what a live capture needs, has and lacks");
+      application.add_subcommand("doctor", "Tell what listening to a remote needs, has and lacks");
   command->add_option("--tool", options->tool, "The tool that the capture is to be given")
       ->type_name("PATH");
   addFormatOption(*command, options->format);

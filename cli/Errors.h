@@ -12,12 +12,18 @@ namespace tessline::cli {
 /// The exit codes of every subcommand.
 enum class ExitCode : int {
   success = 0,
-  failure = 1,  ///< Input or output failed, or a check found something.
+  failure = 1,  ///< Input or output failed, a check found something, or it is not permitted.
   usage = 2,    ///< The command line could not be understood.
 };
 
 /// Input or output that failed. The message is for people: it names the file and the reason.
 class InputOutputError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// Something that the host's user has not allowed. The message says what, and where to allow it.
+class NotPermitted : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };

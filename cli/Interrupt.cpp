@@ -3,6 +3,7 @@
 #include "cli/Errors.h"
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 
@@ -15,8 +16,9 @@ namespace {
 
 constexpr std::array caughtSignals = {SIGINT, SIGTERM};
 
-// What the signal handler may touch.
-volatile std::sig_atomic_t pendingSignal = 0;
+// What the signal handler may touch, on whichever thread it runs.
+std::atomic<int> pendingSignal{0};
+static_assert(std::atomic<int>::is_always_lock_free);
 std::array<int, 2> wakePipe = {-1, -1};
 
 void noteSignal(int signalNumber) {
@@ -61,9 +63,10 @@ void Interrupt::acknowledge() {
 }
 
 void Interrupt::raisePending() const {
-  if (pendingSignal == 0) return;
-  std::signal(pendingSignal, SIG_DFL);
-  std::raise(pendingSignal);
+  const int pending = pendingSignal;
+  if (pending == 0) return;
+  std::signal(pending, SIG_DFL);
+  std::raise(pending);
 }
 
 }  // namespace tessline::cli

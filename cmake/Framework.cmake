@@ -34,3 +34,7 @@ endforeach()
 set(module_map ${PROJECT_SOURCE_DIR}/cmake/module.modulemap)
 set_source_files_properties(${module_map} PROPERTIES MACOSX_PACKAGE_LOCATION Modules)
 target_sources(tessline PRIVATE ${headers} ${module_map})
+# Of the links beside Versions, the one that CMake does not make.
+add_custom_command(TARGET tessline POST_BUILD VERBATIM
+  COMMAND ${CMAKE_COMMAND} -E create_symlink
+          Versions/Current/Modules $<TARGET_BUNDLE_DIR:tessline>/Modules)

@@ -2,7 +2,8 @@
 #
 #   cmake --toolchain cmake/macos-cross.cmake -D TESSLINE_MACOS_ARCHITECTURE=x86_64 ...
 #
-# The SDK is made anew under the build folder whenever CMake configures.
+# The SDK is made under the build folder when CMake configures, and again when what it is made from has
+# changed.
 set(TESSLINE_MACOS_ARCHITECTURE arm64 CACHE STRING "arm64 or x86_64")
 set(TESSLINE_LIBCXX /usr/lib/llvm-16 CACHE PATH "Where libc++ 16 stands")
 set(TESSLINE_MACOS_SYSROOT ${CMAKE_BINARY_DIR}/macos-sdk CACHE PATH "The SDK that is made")
@@ -17,6 +18,9 @@ if(NOT is_probe AND NOT is_made)
             ${TESSLINE_MACOS_SYSROOT} ${TESSLINE_LIBCXX}
     COMMAND_ERROR_IS_FATAL ANY)
   set_property(GLOBAL PROPERTY TESSLINE_MACOS_SYSROOT_IS_MADE TRUE)
+  file(GLOB_RECURSE made_from CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/../tests/apple_sdk/mach-o/*
+    ${CMAKE_CURRENT_LIST_DIR}/../tests/apple_sdk/include/*)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${made_from})
 endif()
 
 set(CMAKE_SYSTEM_NAME Darwin)
@@ -30,7 +34,7 @@ foreach(language CXX OBJCXX)
   set(CMAKE_${language}_COMPILER_TARGET ${TESSLINE_MACOS_ARCHITECTURE}-apple-macos13.0)
   # Of musl's headers no more than POSIX and BSD; libc++ from the SDK, not from beside the compiler.
   set(CMAKE_${language}_FLAGS_INIT
-    "-D_BSD_SOURCE -stdlib=libc++ -nostdinc++ -cxx-isystem ${TESSLINE_MACOS_SYSROOT}/usr/include/c++/v1")
+    "-D_BSD_SOURCE -stdlib=libc++ --start-no-unused-arguments -nostdinc++ -cxx-isystem ${TESSLINE_MACOS_SYSROOT}/usr/include/c++/v1 --end-no-unused-arguments")
 endforeach()
 foreach(kind EXE SHARED MODULE)
   set(CMAKE_${kind}_LINKER_FLAGS_INIT "-fuse-ld=lld")
@@ -39,6 +43,7 @@ find_program(CMAKE_AR llvm-ar-16 REQUIRED)
 find_program(CMAKE_RANLIB llvm-ranlib-16 REQUIRED)
 find_program(CMAKE_NM llvm-nm-16 REQUIRED)
 find_program(CMAKE_INSTALL_NAME_TOOL llvm-install-name-tool-16 REQUIRED)
+set(CMAKE_USER_MAKE_RULES_OVERRIDE_CXX ${CMAKE_CURRENT_LIST_DIR}/macos-cross-rpath.cmake)
 # None of the compiler's own support for this target is there to link.
 set(CMAKE_TRY_COMPILE_TARGET_TYPE STATIC_LIBRARY)
 

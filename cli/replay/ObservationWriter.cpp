@@ -1,17 +1,15 @@
 #include "cli/replay/ObservationWriter.h"
 
 #include "cli/EventJson.h"
+#include "cli/SnapshotJson.h"
 #include "cli/replay/Recording.h"
 
-#include <chrono>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <variant>
 #include <vector>
 
-#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 namespace tessline::cli {
@@ -26,18 +24,6 @@ std::string members(const ordered_json& object) {
   return object.empty() ? std::string() : "," + text.substr(1, text.size() - 2);
 }
 
-// In UTC and milliseconds, as in "2026-01-01T00:00:01.500Z".
-std::string dateText(std::chrono::system_clock::time_point date) {
-  using namespace std::chrono;
-  const auto day = floor<days>(date);
-  const year_month_day calendar(day);
-  const hh_mm_ss time(floor<milliseconds>(date - day));
-  return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}.{:03}Z",
-                     static_cast<int>(calendar.year()), static_cast<unsigned>(calendar.month()),
-                     static_cast<unsigned>(calendar.day()), time.hours().count(),
-                     time.minutes().count(), time.seconds().count(), time.subseconds().count());
-}
-
 class Writer {
  public:
   Writer(platform::QueueTime time, Output& output) : time_(secondsText(time)), output_(output) {}
@@ -45,20 +31,8 @@ class Writer {
   void operator()(const HIDServiceCreated&) const {}
   void operator()(const HIDServiceReleased&) const {}
 
-  void operator()(const ConnectedRemoteHIDSnapshot& snapshot) const {
-    ordered_json devices = ordered_json::array();
-    for (const ConnectedRemoteHIDDevice& device : snapshot.devices) {
-      devices.push_back({{"id", device.id},
-                         {"name", device.name},
-                         {"transport", device.transport},
-                         {"vendorID", device.vendorID},
-                         {"productID", device.productID},
-                         {"usagePage", device.usagePage},
-                         {"usage", device.usage}});
-    }
-    line("hid.snapshot", members({{"status", snapshot.status},
-                                  {"isListening", snapshot.isListening},
-                                  {"devices", std::move(devices)}}));
+  void operator()(const ConnectedRemoteHIDSnapshot& published) const {
+    snapshot("hid.snapshot", published);
   }
 
   void operator()(const HIDRawPayload& payload) const { bytes("hid.rawPayload", payload.bytes); }
@@ -71,20 +45,8 @@ class Writer {
   }
   void operator()(const CaptureEvents& batch) const { events("capture.event", batch.events); }
 
-  void operator()(const PacketLoggerCaptureSnapshot& snapshot) const {
-    const auto optional = [](const std::optional<std::string>& text) {
-      return text ? ordered_json(*text) : ordered_json();
-    };
-    line("capture.snapshot",
-         members({{"status", snapshot.status},
-                  {"isCapturing", snapshot.isCapturing},
-                  {"remoteAddress", optional(snapshot.remoteAddress)},
-                  {"packetLoggerPath", optional(snapshot.packetLoggerPath)},
-                  {"parsedPacketCount", snapshot.parsedPacketCount},
-                  {"acceptedPacketCount", snapshot.acceptedPacketCount},
-                  {"acceptedVoiceLikePacketCount", snapshot.acceptedVoiceLikePacketCount},
-                  {"emittedEventCount", snapshot.emittedEventCount},
-                  {"lastAcceptedPayloadPreview", optional(snapshot.lastAcceptedPayloadPreview)}}));
+  void operator()(const PacketLoggerCaptureSnapshot& published) const {
+    snapshot("capture.snapshot", published);
   }
 
   void operator()(const BluetoothCreated&) const {}
@@ -102,23 +64,7 @@ class Writer {
   }
 
   void operator()(const BluetoothPublication& publication) const {
-    const auto& snapshot = publication.snapshot;
-    ordered_json devices = ordered_json::array();
-    for (const BluetoothRemoteDevice& device : snapshot.devices) {
-      devices.push_back({{"id", device.id.text()},
-                         {"name", device.name},
-                         {"rssi", device.rssi},
-                         {"connectionState", device.connectionState},
-                         {"serviceUUIDs", device.serviceUUIDs},
-                         {"lastSeen", dateText(device.lastSeen)}});
-    }
-    const auto& connected = snapshot.connectedDeviceID;
-    line("bluetooth.snapshot",
-         members({{"status", snapshot.status},
-                  {"isScanning", snapshot.isScanning},
-                  {"devices", std::move(devices)},
-                  {"connectedDeviceID",
-                   connected ? ordered_json(connected->text()) : ordered_json()}}));
+    snapshot("bluetooth.snapshot", publication.snapshot);
   }
 
   void operator()(const TouchCreated&) const {}
@@ -169,6 +115,11 @@ class Writer {
   }
 
  private:
+  template <class Snapshot>
+  void snapshot(std::string_view kind, const Snapshot& published) const {
+    line(kind, "," + snapshotMembers(published));
+  }
+
   void bytes(std::string_view kind, const std::vector<std::uint8_t>& payload) const {
     std::string text = R"(,"bytes":")";
     appendHex(payload, text);

@@ -108,9 +108,14 @@ TEST_F(DoctorCommand, WritesJsonLines) {
   const CommandResult result = runCommand({"doctor", "--format", "jsonl"});
   EXPECT_EQ(result.exitCode, 1);
   const auto states = statesIn(result.output);
-  EXPECT_EQ(states.size(), 6U);
   EXPECT_EQ(states.at("runtime"), "missing");
   EXPECT_EQ(states.at("tool"), "missing");
+}
+
+TEST_F(DoctorCommand, LooksAtDevicesToo) {
+  const auto states = statesIn(runCommand({"doctor", "--format", "jsonl"}).output);
+  EXPECT_TRUE(states.contains("HID interfaces"));
+  EXPECT_TRUE(states.contains("Bluetooth LE"));
 }
 
 TEST_F(DoctorCommand, InstallsNothing) {

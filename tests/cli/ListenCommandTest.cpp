@@ -203,10 +203,36 @@ TEST_F(ListenCapture, SaysWhyTheToolCannotBeStarted) {
       << result.output;
 }
 
-TEST_F(ListenCapture, WantsToKnowToWhat) {
+TEST(ListenCommand, WantsToKnowToWhat) {
   EXPECT_EQ(runCommand({"listen"}).exitCode, 2);
   EXPECT_EQ(runCommand({"listen", "telephone"}).exitCode, 2);
-  EXPECT_EQ(runCommand({"listen", "capture", "--wav"}).exitCode, 2);
+  for (const char* way : {"capture", "hid", "bluetooth"}) {
+    EXPECT_EQ(runCommand({"listen", way, "--wav"}).exitCode, 2) << way;
+  }
+  EXPECT_EQ(runCommand({"listen", "hid", "--tool", "/opt/packetlogger"}).exitCode, 2);
+  EXPECT_EQ(runCommand({"listen", "bluetooth", "--name-prefix", "Siri"}).exitCode, 2);
+}
+
+TEST(ListenCommand, FailsWhereThereAreNoHIDInterfaces) {
+  const CommandResult result = runCommand({"listen", "hid"});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_TRUE(result.output.ends_with(" s  · Could not create HID manager\n")) << result.output;
+  EXPECT_EQ(result.errors, "");
+}
+
+TEST(ListenCommand, FailsWhereThereIsNoBluetooth) {
+  const CommandResult result = runCommand({"listen", "bluetooth"});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_TRUE(result.output.ends_with(" s  · Bluetooth is not supported on this Mac\n"))
+      << result.output;
+  EXPECT_EQ(result.errors, "");
+}
+
+TEST(ListenCommand, TellsProgramsWhyItFails) {
+  const auto object =
+      nlohmann::json::parse(runCommand({"listen", "hid", "--format", "jsonl"}).output);
+  EXPECT_EQ(object.at("status"), "Could not create HID manager");
+  EXPECT_EQ(object.at("isListening"), false);
 }
 
 }  // namespace

@@ -68,6 +68,8 @@ Calls operator+(Calls calls, const Calls& more) {
   return calls;
 }
 
+const std::string bothLamps = "VendorID=7,ProductID=8 VendorID=7,ProductID=9";
+
 TEST_F(IOKitHIDTest, OperationsAreThoseOfTheSystemInTheOrderOfTheCalls) {
   make();
   manager->scheduleWithRunLoop(*loop);
@@ -77,9 +79,7 @@ TEST_F(IOKitHIDTest, OperationsAreThoseOfTheSystemInTheOrderOfTheCalls) {
   manager->close();
   EXPECT_EQ(
       standin::takeHIDCalls(),
-      (Calls{"IOHIDManagerCreate 0",
-             "IOHIDManagerSetDeviceMatchingMultiple VendorID=7,ProductID=8 "
-             "VendorID=7,ProductID=9",
+      (Calls{"IOHIDManagerCreate 0", "IOHIDManagerSetDeviceMatchingMultiple " + bothLamps,
              "IOHIDManagerRegisterDeviceMatchingCallback callback",
              "IOHIDManagerRegisterDeviceRemovalCallback callback",
              "IOHIDManagerScheduleWithRunLoop main kCFRunLoopCommonModes", "IOHIDManagerOpen 0",
@@ -249,6 +249,21 @@ TEST(StandInDeathTest, MisuseEndsTheProgram) {
         CFRelease(manager);
       },
       "still scheduled");
+  EXPECT_DEATH(
+      {
+        const IOHIDManagerRef manager = IOHIDManagerCreate(kCFAllocatorDefault, 0);
+        standin::connectHIDInterface({});
+        IOHIDManagerSetDeviceMatchingMultiple(manager, nullptr);
+        const CFSetRef devices = IOHIDManagerCopyDevices(manager);
+        const void* device = nullptr;
+        CFSetGetValues(devices, &device);
+        CFRelease(devices);
+        CFRelease(device);
+        CFRelease(manager);
+      },
+      "an object that is gone");
+  EXPECT_DEATH(while (true) CFRunLoopRunInMode(standin::uncommonMode(), 0, true),
+               "over and over without a source");
   EXPECT_DEATH(std::thread([] { IOHIDManagerCreate(kCFAllocatorDefault, 0); }).join(),
                "off the main thread");
 }

@@ -1,16 +1,22 @@
 #include "tessline/platform/macos/MultitouchSupport.h"
-
-// The clauses, to be run on the backend below, too.
-#include "tests/platform/MultitouchContractTest.cpp"
-#include "tests/support/PlatformDecorator.h"
+#include "tests/macos/MultitouchStandIn.h"
 
 #include <array>
 #include <atomic>
-#include <cstring>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <future>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
 #include <thread>
+#include <utility>
+#include <vector>
 
-#include <standin/corefoundation.h>
+#include <gtest/gtest.h>
 #include <standin/multitouch.h>
 
 namespace tessline::test {
@@ -18,76 +24,11 @@ namespace {
 
 namespace standin = ::standin::multitouch;
 using platform::ContactFrameCallback;
+using platform::MultitouchDevice;
 using Calls = std::vector<std::string>;
 
 constexpr std::string_view registerName = "MTRegisterContactFrameCallbackWithRefcon";
 constexpr std::string_view unregisterName = "MTUnregisterContactFrameCallback";
-
-// The desktop of the simulated host with the system's multitouch library.
-class MultitouchPlatform : public PlatformDecorator {
- public:
-  MultitouchPlatform() : PlatformDecorator(SimulatedHost::create()) {}
-
-  std::shared_ptr<platform::MultitouchLibrary> openMultitouchLibrary(
-      std::string_view path) override {
-    return platform::openMultitouchSupport(path);
-  }
-};
-
-// Moving contacts, of the identifiers 1, 2 ...
-std::vector<std::byte> recordsOf(int contacts) {
-  constexpr std::size_t recordSize = 96;
-  constexpr std::size_t stateOffset = 20;
-  constexpr std::size_t identifierOffset = 24;
-  std::vector<std::byte> records(recordSize * static_cast<std::size_t>(contacts), std::byte{0xA5});
-  std::byte* record = records.data();
-  for (std::int32_t contact = 1; contact <= contacts; ++contact, record += recordSize) {
-    std::memcpy(record + stateOffset, &contactMoved, sizeof contactMoved);
-    std::memcpy(record + identifierOffset, &contact, sizeof contact);
-  }
-  return records;
-}
-
-// Expects that whoever used it has let go of everything.
-class MultitouchStandIn : public SimulatedBackend {
- public:
-  MultitouchStandIn() = default;
-  MultitouchStandIn(const MultitouchStandIn&) = delete;
-  MultitouchStandIn& operator=(const MultitouchStandIn&) = delete;
-  ~MultitouchStandIn() override {
-    EXPECT_EQ(standin::openHandles(), 0U);
-    EXPECT_EQ(standin::liveLists(), 0U);
-    EXPECT_EQ(::standin::liveCFObjects(), objectsBefore_);
-    standin::reset();
-  }
-
-  std::shared_ptr<platform::Platform> platform() override { return platform_; }
-  std::string pathOfLibrary() override { return std::string(standin::libraryPath); }
-  std::string pathOfNoLibrary() override { return "/nowhere/MultitouchSupport"; }
-  void setMissingFunction(const std::string& name) override {
-    standin::setMissingFunctions({name});
-  }
-  void setGivesList(bool gives) override { standin::setGivesList(gives); }
-  void connectSurface(const ConnectedSurface& surface) override {
-    standin::connect({surface.isBuiltIn, nextIdentifier_++, surface.rows, surface.columns,
-                      surface.width, surface.height, surface.startStatus});
-  }
-  void disconnectSurface(std::size_t index) override { standin::disconnect(index); }
-  void sendFrame(std::size_t surface, int contacts) override {
-    standin::sendFrame(surface, recordsOf(contacts), contacts);
-  }
-
- private:
-  const long objectsBefore_ = ::standin::liveCFObjects();
-  const std::shared_ptr<platform::Platform> platform_ = std::make_shared<MultitouchPlatform>();
-  std::uint64_t nextIdentifier_ = 0x0500'0000'0000'0001;
-};
-
-INSTANTIATE_TEST_SUITE_P(OnMacOS, MultitouchContract,
-                         testing::Values(ScriptedChoice{
-                             "MultitouchSupport",
-                             [] { return std::make_unique<MultitouchStandIn>(); }}),
-                         backendName<ScriptedBackend>);
 
 // What the adapter asks of the library, and what it shields its callers from.
 class MultitouchSupport : public testing::Test {
@@ -126,8 +67,8 @@ class MultitouchSupport : public testing::Test {
     registerCallback([this](auto, auto) { ++frames; });
     ASSERT_EQ(start(), 0);
   }
-  void sendFrame(std::int32_t count) { standin::sendFrame(0, recordsOf(count), count); }
-  void sendLateFrame() { standin::sendLateFrame(0, recordsOf(1), 1); }
+  void sendFrame(std::int32_t count) { standin::sendFrame(0, contactRecords(count), count); }
+  void sendLateFrame() { standin::sendLateFrame(0, contactRecords(1), 1); }
 
   MultitouchStandIn backend;
   std::shared_ptr<platform::MultitouchLibrary> library;
@@ -171,7 +112,12 @@ TEST_F(MultitouchSupport, IdentifierIsFilledInFull) {
 }
 
 TEST_F(MultitouchSupport, StatusOfAFailureIsPassedOnAndNothingIsFilled) {
-  standin::connect({.rows = 5, .columns = 6, .width = 7, .height = 8, .status = -536870208});
+  standin::connect({.rows = 5,
+                    .columns = 6,
+                    .width = 7,
+                    .height = 8,
+                    .status = -536870208,
+                    .startStatus = -536870208});
   device = list().at(1);
   std::uint64_t identifier = 99;
   EXPECT_EQ(function<platform::DeviceIDFunction>("MTDeviceGetDeviceID")(*device, identifier),
@@ -231,7 +177,7 @@ TEST_F(MultitouchSupport, RecordsArePassedOnWhereTheyStand) {
   });
   start();
   sendFrame(2);
-  EXPECT_EQ(seen, recordsOf(2));
+  EXPECT_EQ(seen, contactRecords(2));
   sendFrame(0);
   EXPECT_TRUE(hadNone);
 }
@@ -333,6 +279,22 @@ TEST_F(MultitouchSupport, CallbackMayCloseTheLibrary) {
   EXPECT_EQ(frames, 5);
 }
 
+TEST(MultitouchSupportDeathTest, ExceptionThatLeavesACallbackEndsTheProcess) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto throwInACallback = [] {
+    MultitouchStandIn standIn;
+    standIn.connectSurface({});
+    const auto library = platform::openMultitouchSupport(standIn.pathOfLibrary());
+    const auto list = library->symbol("MTDeviceCreateList");
+    const auto surface = std::get<platform::DeviceListFunction>(list)().value().front();
+    std::get<platform::RegisterCallbackFunction>(library->symbol(registerName))(
+        *surface, [](auto, auto) { throw std::runtime_error("left the callback"); });
+    std::get<platform::DeviceStartFunction>(library->symbol("MTDeviceStart"))(*surface, 0);
+    standIn.sendFrame(0, 1);
+  };
+  EXPECT_DEATH(throwInACallback(), "left the callback");
+}
+
 // A callback that runs on the library's thread until it is let go on.
 class RunningCallback : public MultitouchSupport {
  protected:
@@ -360,7 +322,11 @@ class RunningCallback : public MultitouchSupport {
     });
     begun.get_future().wait();
     // Long enough for an end that does not wait to be over.
-    while (standin::registrations() > 0) std::this_thread::yield();
+    const auto patience = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (standin::registrations() > 0 && std::chrono::steady_clock::now() < patience) {
+      std::this_thread::yield();
+    }
+    EXPECT_EQ(standin::registrations(), 0U);
     for (int turn = 0; turn < 1000; ++turn) std::this_thread::yield();
     EXPECT_EQ(framesAtEnd, -1);
     mayGoOn.set_value();

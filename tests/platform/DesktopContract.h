@@ -98,9 +98,22 @@ struct BackendChoice {
   std::function<std::unique_ptr<Backend>()> make;
 };
 
+/// The backends that this program's tests run on: all, and those that can be scripted.
+std::vector<BackendChoice<DesktopBackend>> desktopBackends();
+std::vector<BackendChoice<ScriptedBackend>> scriptedBackends();
+
 template <class Backend>
 std::string backendName(const testing::TestParamInfo<BackendChoice<Backend>>& info) {
   return info.param.name;
 }
+
+/// What holds where there is a desktop.
+class ScriptedTest : public testing::TestWithParam<BackendChoice<ScriptedBackend>> {
+ protected:
+  std::unique_ptr<ScriptedBackend> backend = GetParam().make();
+  std::shared_ptr<platform::Screens> screens = backend->platform()->screens();
+  std::shared_ptr<platform::Accessibility> accessibility = backend->platform()->accessibility();
+  std::shared_ptr<platform::PointerEvents> events = backend->platform()->pointerEvents();
+};
 
 }  // namespace tessline::test

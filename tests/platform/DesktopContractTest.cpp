@@ -1,12 +1,26 @@
-#include "tests/platform/DesktopBackends.h"
+#include "tests/platform/DesktopContract.h"
+#include "tests/support/GeometryPrinting.h"
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include <gtest/gtest.h>
 
 namespace tessline::test {
 namespace {
 
+using platform::AccessibilityValue;
+using platform::MouseEventType;
+using platform::ScreenFrames;
+
 // What holds wherever the library runs, whether there is a desktop or not. Posts nothing but moves
 // to where the pointer is, and scrolls by nothing: the host may be somebody's.
 
-class DesktopContract : public testing::TestWithParam<AnyChoice> {
+class DesktopContract : public testing::TestWithParam<BackendChoice<DesktopBackend>> {
  protected:
   std::unique_ptr<DesktopBackend> backend = GetParam().make();
   std::shared_ptr<platform::Screens> screens = backend->platform()->screens();
@@ -64,11 +78,8 @@ TEST_P(DesktopContract, FacilitiesOutliveThePlatform) {
   EXPECT_EQ(accessibility->isProcessTrusted(), isTrusted);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    On, DesktopContract,
-    testing::Values(AnyChoice{"Simulated", [] { return std::make_unique<SimulatedBackend>(); }},
-                    AnyChoice{"Host", [] { return std::make_unique<HostBackend>(); }}),
-    backendName<DesktopBackend>);
+INSTANTIATE_TEST_SUITE_P(On, DesktopContract, testing::ValuesIn(desktopBackends()),
+                         backendName<DesktopBackend>);
 
 class ScreensContract : public ScriptedTest {};
 
@@ -275,9 +286,12 @@ TEST_P(AccessibilityContract, ElementOfAClosedWindowFailsInEverything) {
   EXPECT_EQ(accessibility->copyElementAtPosition(150, 650), nullptr);
 }
 
-INSTANTIATE_TEST_SUITE_P(On, ScreensContract, scriptedBackends, backendName<ScriptedBackend>);
-INSTANTIATE_TEST_SUITE_P(On, PointerEventsContract, scriptedBackends, backendName<ScriptedBackend>);
-INSTANTIATE_TEST_SUITE_P(On, AccessibilityContract, scriptedBackends, backendName<ScriptedBackend>);
+INSTANTIATE_TEST_SUITE_P(On, ScreensContract, testing::ValuesIn(scriptedBackends()),
+                         backendName<ScriptedBackend>);
+INSTANTIATE_TEST_SUITE_P(On, PointerEventsContract, testing::ValuesIn(scriptedBackends()),
+                         backendName<ScriptedBackend>);
+INSTANTIATE_TEST_SUITE_P(On, AccessibilityContract, testing::ValuesIn(scriptedBackends()),
+                         backendName<ScriptedBackend>);
 
 }  // namespace
 }  // namespace tessline::test

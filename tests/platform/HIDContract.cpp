@@ -70,7 +70,9 @@ FoundHIDDevice HIDContract::startWithLamp(const HIDProperties& changes) {
 void HIDContract::listen(const FoundHIDDevice& device) {
   device->registerInputReportCallback(
       buffer, [this](std::uint32_t reportID, std::span<const std::uint8_t> report) {
-        if (!report.empty()) EXPECT_EQ(report.data(), buffer.data());
+        if (!report.empty()) {
+          EXPECT_EQ(report.data(), buffer.data());
+        }
         std::string line = fmt::format("report {}:", reportID);
         for (const std::uint8_t byte : report) line += fmt::format(" {:02x}", byte);
         note(line);

@@ -186,7 +186,9 @@ TEST_P(HIDContract, ManagerMayEndInAnyState) {
     for (const bool isOpen : {false, true}) {
       make();
       if (isScheduled) schedule();
-      if (isOpen) EXPECT_EQ(manager->open(), 0);
+      if (isOpen) {
+        EXPECT_EQ(manager->open(), 0);
+      }
       manager.reset();
       backend->settle();
       EXPECT_EQ(take(), HIDNotes()) << isScheduled << isOpen;
@@ -369,6 +371,29 @@ TEST_P(HIDContract, ReportsComeWhileTheManagerIsOpenAndScheduled) {
   EXPECT_EQ(take(), HIDNotes());
 }
 
+TEST_P(HIDContract, DeviceThatCameWhileUnscheduledSendsReports) {
+  start();
+  unschedule();
+  connect(lamp("a"));
+  EXPECT_EQ(take(), HIDNotes());
+  schedule();
+  backend->settle();
+  listen(std::exchange(last, nullptr));
+  report(0, 0, {1});
+  EXPECT_EQ(take(), (HIDNotes{"matched a", "report 0: 01"}));
+}
+
+TEST_P(HIDContract, OpeningMayComeBeforeTheSchedule) {
+  connect(lamp("a"));
+  make();
+  EXPECT_EQ(manager->open(), 0);
+  schedule();
+  backend->settle();
+  listen(std::exchange(last, nullptr));
+  report(0, 0, {1});
+  EXPECT_EQ(take(), (HIDNotes{"matched a", "report 0: 01"}));
+}
+
 TEST_P(HIDContract, NoReportComesInsideACall) {
   listen(startWithLamp());
   backend->sendReport(0, 0, {1});
@@ -423,13 +448,13 @@ TEST_P(HIDContract, ReportCallbackMayUnregisterItself) {
   auto held = std::make_shared<int>(0);
   const std::weak_ptr weak = held;
   device->registerInputReportCallback(buffer,
-                                      [this, device, weak, held = std::move(held)](auto, auto) {
+                                      [this, device, &weak, held = std::move(held)](auto, auto) {
                                         // On the stack, as the function may be gone behind the next
                                         // call.
-                                        const auto watched = weak;
+                                        const auto* const watched = &weak;
                                         auto* const self = this;
                                         device->unregisterInputReportCallback();
-                                        self->note(watched.expired() ? "lost" : "held");
+                                        self->note(watched->expired() ? "lost" : "held");
                                       });
   report(0, 0, {1});
   report(0, 0, {2});
@@ -466,7 +491,7 @@ TEST_P(HIDContract, DeviceThatWentSendsNothingMore) {
 }
 
 INSTANTIATE_TEST_SUITE_P(On, HIDContract, testing::ValuesIn(hidBackends()),
-                         [](const auto& info) { return info.param.name; });
+                         [](const auto& each) { return each.param.name; });
 
 }  // namespace
 }  // namespace tessline::test

@@ -1,7 +1,23 @@
-#include "tests/platform/DesktopBackends.h"
+#include "tessline/touch/ContactRecord.h"
+#include "tests/platform/DesktopContract.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include <gtest/gtest.h>
 
 namespace tessline::test {
 namespace {
+
+using platform::MultitouchDevice;
+using platform::MultitouchFunction;
 
 class MultitouchContract : public ScriptedTest {
  protected:
@@ -296,7 +312,8 @@ TEST_P(MultitouchContract, LibraryThatIsOpenedAgainKnowsNoEarlierCallback) {
   EXPECT_EQ(notes, Notes{"b 1"});
 }
 
-INSTANTIATE_TEST_SUITE_P(On, MultitouchContract, scriptedBackends, backendName<ScriptedBackend>);
+INSTANTIATE_TEST_SUITE_P(On, MultitouchContract, testing::ValuesIn(scriptedBackends()),
+                         backendName<ScriptedBackend>);
 
 }  // namespace
 }  // namespace tessline::test

@@ -1,14 +1,7 @@
-#include "tessline/platform/simulated/SimulatedHost.h"
 #include "tests/platform/SerialQueueContract.h"
-#include "tests/support/VirtualWaiting.h"
 
-#include <algorithm>
-#include <atomic>
-#include <condition_variable>
-#include <future>
 #include <memory>
-#include <mutex>
-#include <thread>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -17,81 +10,7 @@
 namespace tessline::test {
 namespace {
 
-class VirtualBackend : public QueueBackend {
- public:
-  std::shared_ptr<platform::Platform> platform() override { return host_; }
-  bool waitUntil(const std::function<bool()>& isDone) override { return runUntil(*host_, isDone); }
-
- private:
-  std::shared_ptr<platform::simulated::SimulatedHost> host_ =
-      platform::simulated::SimulatedHost::create();
-};
-
-class HostBackend : public QueueBackend {
- public:
-  std::shared_ptr<platform::Platform> platform() override { return platform::hostPlatform(); }
-  bool waitUntil(const std::function<bool()>& isDone) override {
-    // Each look is a piece of work of its own queue, so that nobody sleeps.
-    const auto queue = platform()->makeSerialQueue("waiting");
-    const auto end = queue->now() + std::chrono::seconds(20);
-    while (!isDone()) {
-      if (queue->now() > end) return false;
-      std::promise<void> passed;
-      queue->asyncAfter(std::chrono::microseconds(200), [&] { passed.set_value(); });
-      passed.get_future().wait();
-    }
-    return true;
-  }
-};
-
-// Collects from any thread.
-class Journal {
- public:
-  void add(int entry) {
-    const std::lock_guard lock(mutex_);
-    entries_.push_back(entry);
-  }
-  std::vector<int> entries() const {
-    const std::lock_guard lock(mutex_);
-    return entries_;
-  }
-  std::size_t size() const { return entries().size(); }
-
- private:
-  mutable std::mutex mutex_;
-  std::vector<int> entries_;
-};
-
-class SerialQueueContract : public testing::TestWithParam<QueueBackendChoice> {
- protected:
-  std::shared_ptr<platform::SerialQueue> makeQueue() {
-    return backend->platform()->makeSerialQueue("com.example.queue");
-  }
-  // Waits until all that is handed over to the queue by now has run.
-  void settle() {
-    auto done = std::make_shared<std::atomic<bool>>(false);
-    queue->async([done] { *done = true; });
-    ASSERT_TRUE(backend->waitUntil([done] { return done->load(); }));
-  }
-  // Lets at least `duration` pass on the queue.
-  void pass(QueueTime duration) {
-    auto done = std::make_shared<std::atomic<bool>>(false);
-    queue->asyncAfter(duration, [done] { *done = true; });
-    ASSERT_TRUE(backend->waitUntil([done] { return done->load(); }));
-  }
-  void waitForEntries(std::size_t count) {
-    ASSERT_TRUE(backend->waitUntil([this, count] { return journal->size() >= count; }));
-  }
-  platform::Work note(int entry) {
-    return [journal = journal, entry] { journal->add(entry); };
-  }
-
-  std::unique_ptr<QueueBackend> backend = GetParam().make();
-  std::shared_ptr<Journal> journal = std::make_shared<Journal>();
-  std::shared_ptr<platform::SerialQueue> queue = makeQueue();
-};
-
-using Entries = std::vector<int>;
+using Entries = QueueEntries;
 
 TEST_P(SerialQueueContract, KeepsItsLabel) {
   EXPECT_EQ(queue->label(), "com.example.queue");
@@ -128,14 +47,20 @@ TEST_P(SerialQueueContract, KnowsItsOwnWork) {
 }
 
 TEST_P(SerialQueueContract, DelayedWorkRunsInDueOrderAndNeverEarly) {
-  const QueueTime start = queue->now();
-  for (const int delay : {9, 3, 6}) {
-    queue->asyncAfter(milliseconds(delay), [this, start, delay] {
-      EXPECT_GE(queue->now() - start, milliseconds(delay));
-      journal->add(delay);
-    });
+  QueueTime taken = QueueTime::max();
+  // A host that is held up between the calls changes what is due first: then once more.
+  while (taken >= milliseconds(3)) {
+    journal = std::make_shared<QueueJournal>();
+    const QueueTime start = queue->now();
+    for (const int delay : {9, 3, 6}) {
+      queue->asyncAfter(milliseconds(delay), [this, start, delay] {
+        EXPECT_GE(queue->now() - start, milliseconds(delay));
+        journal->add(delay);
+      });
+    }
+    taken = queue->now() - start;
+    waitForEntries(3);
   }
-  waitForEntries(3);
   EXPECT_EQ(journal->entries(), (Entries{3, 6, 9}));
 }
 
@@ -169,17 +94,33 @@ TEST_P(SerialQueueContract, TimerFiresOnceOnItsQueue) {
   EXPECT_EQ(journal->entries(), Entries{1});
 }
 
+TEST_P(SerialQueueContract, TimersWhoseDelayIsNotPositiveFireInTheirTurn) {
+  std::unique_ptr<platform::QueueTimer> first;
+  std::unique_ptr<platform::QueueTimer> second;
+  queue->async([&] {
+    first = queue->startTimer(QueueTime::zero(), note(1));
+    queue->async(note(2));
+    second = queue->startTimer(milliseconds(-5), note(3));
+    queue->async(note(4));
+  });
+  waitForEntries(4);
+  EXPECT_EQ(journal->entries(), (Entries{1, 2, 3, 4}));
+}
+
 TEST_P(SerialQueueContract, TimerThatIsCancelledNeverFires) {
-  const auto timer = queue->startTimer(milliseconds(3), note(1));
+  // Longer than a host may be held up before the next call.
+  const auto timer = queue->startTimer(milliseconds(50), note(1));
   timer->cancel();
   timer->cancel();
-  pass(milliseconds(6));
+  pass(milliseconds(55));
   EXPECT_EQ(journal->entries(), Entries());
 }
 
 TEST_P(SerialQueueContract, TimerThatIsDestroyedNeverFires) {
-  auto timer = queue->startTimer(milliseconds(3), note(1));
-  timer.reset();
+  queue->async([this] {
+    auto timer = queue->startTimer(milliseconds(3), note(1));
+    timer.reset();
+  });
   pass(milliseconds(6));
   EXPECT_EQ(journal->entries(), Entries());
 }
@@ -222,10 +163,13 @@ TEST_P(SerialQueueContract, WorkHandedOverOutlivesTheQueueObject) {
 
 TEST_P(SerialQueueContract, WorkThatOutlivesItsOwnerDoesNothing) {
   auto owner = std::make_shared<int>(7);
-  queue->asyncAfter(milliseconds(2), [weak = std::weak_ptr(owner), journal = journal] {
-    if (const auto alive = weak.lock()) journal->add(*alive);
+  // On the queue, which is not due to look before the owner is gone.
+  queue->async([this, owner = std::move(owner)]() mutable {
+    queue->asyncAfter(milliseconds(2), [weak = std::weak_ptr(owner), journal = journal] {
+      if (const auto alive = weak.lock()) journal->add(*alive);
+    });
+    owner.reset();
   });
-  owner.reset();
   pass(milliseconds(4));
   EXPECT_EQ(journal->entries(), Entries());
 }
@@ -238,11 +182,6 @@ TEST_P(SerialQueueContract, TimeNeverGoesBack) {
     last = queue->now();
   }
 }
-
-class MainRunLoopContract : public SerialQueueContract {
- protected:
-  std::shared_ptr<platform::MainRunLoop> loop = backend->platform()->mainRunLoop();
-};
 
 TEST_P(MainRunLoopContract, DeliversInOrderUntilItIsStopped) {
   for (int entry = 1; entry <= 3; ++entry) loop->async(note(entry));
@@ -288,78 +227,12 @@ TEST_P(MainRunLoopContract, TakesWorkFromQueues) {
   EXPECT_EQ(journal->entries(), Entries{1});
 }
 
-const auto backends = testing::Values(
-    QueueBackendChoice{"Virtual", [] { return std::make_unique<VirtualBackend>(); }},
-    QueueBackendChoice{"Host", [] { return std::make_unique<HostBackend>(); }});
-
 std::string backendName(const testing::TestParamInfo<QueueBackendChoice>& info) {
   return info.param.name;
 }
 
-INSTANTIATE_TEST_SUITE_P(On, SerialQueueContract, backends, backendName);
-INSTANTIATE_TEST_SUITE_P(On, MainRunLoopContract, backends, backendName);
-
-// What needs threads of the test's own, and so a real host.
-
-TEST(HostQueue, KeepsTheOrderOfEachCallingThread) {
-  const auto queue = platform::hostPlatform()->makeSerialQueue("order");
-  constexpr int perThread = 500;
-  Journal journal;
-  std::vector<std::thread> callers;
-  for (int caller = 0; caller < 3; ++caller) {
-    callers.emplace_back([&, caller] {
-      for (int step = 0; step < perThread; ++step) {
-        queue->async([&journal, entry = caller * perThread + step] { journal.add(entry); });
-      }
-    });
-  }
-  for (std::thread& caller : callers) caller.join();
-  std::promise<void> done;
-  queue->async([&] { done.set_value(); });
-  done.get_future().wait();
-  std::vector<int> last(3, -1);
-  for (const int entry : journal.entries()) {
-    int& before = last[static_cast<std::size_t>(entry / perThread)];
-    EXPECT_GT(entry, before);
-    before = entry;
-  }
-  EXPECT_EQ(journal.size(), 3U * perThread);
-}
-
-TEST(HostQueue, RunsOnePieceAtATime) {
-  const auto queue = platform::hostPlatform()->makeSerialQueue("serial");
-  // Not atomic: two pieces at once would be a race.
-  int running = 0;
-  int most = 0;
-  std::promise<void> done;
-  for (int piece = 0; piece < 1000; ++piece) {
-    queue->async([&] {
-      most = std::max(most, ++running);
-      --running;
-    });
-  }
-  queue->async([&] { done.set_value(); });
-  done.get_future().wait();
-  EXPECT_EQ(most, 1);
-}
-
-TEST(HostQueue, TwoQueuesRunAtTheSameTime) {
-  const auto first = platform::hostPlatform()->makeSerialQueue("first");
-  const auto second = platform::hostPlatform()->makeSerialQueue("second");
-  std::promise<void> secondRuns;
-  std::promise<void> done;
-  first->async([&] {
-    secondRuns.get_future().wait();
-    done.set_value();
-  });
-  second->async([&] { secondRuns.set_value(); });
-  EXPECT_EQ(done.get_future().wait_for(std::chrono::seconds(20)), std::future_status::ready);
-}
-
-TEST(HostPlatform, OffersNoHIDManagerHere) {
-  EXPECT_EQ(platform::hostPlatform()->makeHIDManager(), nullptr);
-  EXPECT_EQ(platform::hostPlatform(), platform::hostPlatform());
-}
+INSTANTIATE_TEST_SUITE_P(On, SerialQueueContract, testing::ValuesIn(queueBackends()), backendName);
+INSTANTIATE_TEST_SUITE_P(On, MainRunLoopContract, testing::ValuesIn(queueBackends()), backendName);
 
 }  // namespace
 }  // namespace tessline::test

@@ -82,9 +82,15 @@ class StrandTimer : public QueueTimer {
  public:
   StrandTimer(std::shared_ptr<Strand> strand, QueueTime delay, Work work)
       : strand_(std::move(strand)), ticket_(strand_->reserve(delay)) {
-    strand_->postAt(ticket_, [isCancelled = isCancelled_, work = std::move(work)] {
+    Work unlessCancelled = [isCancelled = isCancelled_, work = std::move(work)] {
       if (!isCancelled->load()) work();
-    });
+    };
+    // Due already: as any work that is handed over.
+    if (delay <= QueueTime::zero()) {
+      strand_->post(std::move(unlessCancelled));
+    } else {
+      strand_->postAt(ticket_, std::move(unlessCancelled));
+    }
   }
   StrandTimer(const StrandTimer&) = delete;
   StrandTimer& operator=(const StrandTimer&) = delete;

@@ -1,10 +1,10 @@
 #include "tessline/platform/macos/CoreFoundationRunLoop.h"
 
+#include "tessline/platform/Mutex.h"
 #include "tessline/platform/macos/CFReference.h"
 
 #include <atomic>
 #include <deque>
-#include <mutex>
 #include <utility>
 
 #include <CoreFoundation/CoreFoundation.h>
@@ -15,19 +15,19 @@ namespace {
 
 // What the loop's source works on; the source keeps it for as long as it lives.
 struct Pending {
-  std::mutex mutex;
-  std::deque<Work> works;
+  Mutex mutex;
+  std::deque<Work> works TESSLINE_GUARDED_BY(mutex);
+  // Not owned; null once the loop is gone.
+  CFRunLoopSourceRef source TESSLINE_GUARDED_BY(mutex) = nullptr;
   std::atomic<bool> isStopped{false};
-  // Not owned: the source performs only while it lives.
-  CFRunLoopSourceRef source = nullptr;
-  // How many calls of `run` are under way. Main thread.
-  int runs = 0;
+  // Whether `run` is between pieces of work; within one others may run the loop. Main thread.
+  bool isRunning = false;
 
-  void signal() {
+  void signal() TESSLINE_REQUIRES(mutex) {
+    if (source == nullptr) return;
     CFRunLoopSourceSignal(source);
     CFRunLoopWakeUp(CFRunLoopGetMain());
   }
-  bool endsRun() const { return runs > 0 && isStopped; }
 };
 
 using SharedPending = std::shared_ptr<Pending>;
@@ -50,16 +50,26 @@ void perform(void* info) noexcept {
   const SharedPending pending = pendingOf(info);
   Work work;
   {
-    const std::lock_guard lock(pending->mutex);
-    if (!pending->works.empty() && !pending->endsRun()) {
-      work = std::move(pending->works.front());
-      pending->works.pop_front();
-    }
+    const MutexLock lock(pending->mutex);
+    if (pending->works.empty() || (pending->isRunning && pending->isStopped)) return;
+    work = std::move(pending->works.front());
+    pending->works.pop_front();
     // A signal is spent by now.
     if (!pending->works.empty()) pending->signal();
   }
-  if (work) work();
-  if (pending->endsRun()) CFRunLoopStop(CFRunLoopGetMain());
+  const bool wasRunning = std::exchange(pending->isRunning, false);
+  work();
+  pending->isRunning = wasRunning;
+}
+
+void runUntilASourceWasHandled() {
+  constexpr CFTimeInterval years = 1e9;
+  CFRunLoopRunInMode(kCFRunLoopDefaultMode, years, true);
+}
+
+// Of each source one piece: the one that was handled may always be the first to be ready.
+void handleWhatIsReady() {
+  CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0, false);
 }
 
 class CoreFoundationRunLoop : public MainRunLoop {
@@ -74,33 +84,49 @@ class CoreFoundationRunLoop : public MainRunLoop {
     context.perform = perform;
     source_ = CFReference<CFRunLoopSourceRef>::created(
         CFRunLoopSourceCreate(kCFAllocatorDefault, 0, &context));
-    pending_->source = source_.get();
+    {
+      const MutexLock lock(pending_->mutex);
+      pending_->source = source_.get();
+    }
     CFRunLoopAddSource(CFRunLoopGetMain(), source_.get(), kCFRunLoopCommonModes);
   }
   CoreFoundationRunLoop(const CoreFoundationRunLoop&) = delete;
   CoreFoundationRunLoop& operator=(const CoreFoundationRunLoop&) = delete;
-  ~CoreFoundationRunLoop() override { CFRunLoopSourceInvalidate(source_.get()); }
+  ~CoreFoundationRunLoop() override {
+    {
+      const MutexLock lock(pending_->mutex);
+      pending_->source = nullptr;
+    }
+    CFRunLoopSourceInvalidate(source_.get());
+    // Nobody else can stop a `run` that is under way.
+    pending_->isStopped = true;
+  }
 
   void async(Work work) override {
-    {
-      const std::lock_guard lock(pending_->mutex);
-      pending_->works.push_back(std::move(work));
-    }
+    const MutexLock lock(pending_->mutex);
+    pending_->works.push_back(std::move(work));
     pending_->signal();
   }
 
   void run() override {
     // Held, as work may let go of the loop that it runs on.
     const SharedPending pending = pending_;
-    ++pending->runs;
-    // Others, too, may make the loop return.
-    while (!pending->isStopped.exchange(false)) CFRunLoopRun();
-    --pending->runs;
+    const bool wasRunning = std::exchange(pending->isRunning, true);
+    // To stop the system's loop instead would end whatever loop is the innermost at the time, which
+    // may be the application's.
+    while (!pending->isStopped.exchange(false)) {
+      runUntilASourceWasHandled();
+      if (!pending->isStopped) handleWhatIsReady();
+    }
+    pending->isRunning = wasRunning;
+    const MutexLock lock(pending->mutex);
+    if (!pending->works.empty()) pending->signal();
   }
 
   void stop() override {
     pending_->isStopped = true;
-    // The loop may not run yet: what is signalled is seen once it does.
+    // Lets the loop return; one that does not run yet sees what is signalled once it does.
+    const MutexLock lock(pending_->mutex);
     pending_->signal();
   }
 

@@ -2,6 +2,7 @@
 
 #include "tessline/platform/Mutex.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <limits>
@@ -53,7 +54,8 @@ class WaitingWork {
  public:
   Ticket add(QueueTime delay, Work work) TESSLINE_EXCLUDES(mutex_) {
     const MutexLock lock(mutex_);
-    const Ticket ticket = {timeAfter(now(), delay), nextNumber_++};
+    // Work that is due already does not overtake what was due before.
+    const Ticket ticket = {timeAfter(now(), std::max(delay, QueueTime::zero())), nextNumber_++};
     works_.emplace(ticket, std::move(work));
     return ticket;
   }

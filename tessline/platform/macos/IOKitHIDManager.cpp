@@ -86,7 +86,7 @@ class IOKitHIDManager : public HIDManager, public std::enable_shared_from_this<I
 
   ~IOKitHIDManager() override {
     if (isScheduled_) unschedule();
-    if (isOpen_) close();
+    if (isOpen_) closeManager();
     // The system may hold the manager for longer, and be about to call.
     IOHIDManagerRegisterDeviceMatchingCallback(manager_.get(), nullptr, nullptr);
     IOHIDManagerRegisterDeviceRemovalCallback(manager_.get(), nullptr, nullptr);
@@ -128,10 +128,7 @@ class IOKitHIDManager : public HIDManager, public std::enable_shared_from_this<I
     return result;
   }
 
-  HIDResult close() override {
-    isOpen_ = false;
-    return IOHIDManagerClose(manager_.get(), kIOHIDOptionsTypeNone);
-  }
+  HIDResult close() override { return closeManager(); }
 
   std::optional<std::vector<std::shared_ptr<HIDDevice>>> copyDevices() override {
     const auto set = CFReference<CFSetRef>::created(IOHIDManagerCopyDevices(manager_.get()));
@@ -159,20 +156,22 @@ class IOKitHIDManager : public HIDManager, public std::enable_shared_from_this<I
 
   static void matched(void* context, IOReturn, void*, IOHIDDeviceRef device) {
     auto& self = *static_cast<IOKitHIDManager*>(context);
-    self.tell(self.onMatched_, self.deviceOf(device));
+    self.tell(&IOKitHIDManager::onMatched_, self.deviceOf(device));
   }
 
   static void removed(void* context, IOReturn, void*, IOHIDDeviceRef device) {
     auto& self = *static_cast<IOKitHIDManager*>(context);
     const std::weak_ptr weak = self.weak_from_this();
-    self.tell(self.onRemoved_, self.deviceOf(device));
+    self.tell(&IOKitHIDManager::onRemoved_, self.deviceOf(device));
     if (const auto alive = weak.lock()) alive->devices_.erase(device);
   }
 
-  // The callback is a copy: it may replace itself, or end the manager.
-  void tell(const HIDDeviceCallback callback, const std::shared_ptr<HIDDevice>& device) const {
+  void tell(HIDDeviceCallback IOKitHIDManager::*member, const std::shared_ptr<HIDDevice>& device) {
     // The system may be telling of several, and has been asked to stop meanwhile.
-    if (isScheduled_ && callback) callback(device);
+    if (!isScheduled_) return;
+    // A copy: it may replace itself, or end the manager.
+    const HIDDeviceCallback callback = this->*member;
+    if (callback) callback(device);
   }
 
   std::shared_ptr<HIDDevice> deviceOf(IOHIDDeviceRef device) {
@@ -184,6 +183,11 @@ class IOKitHIDManager : public HIDManager, public std::enable_shared_from_this<I
   void unschedule() {
     isScheduled_ = false;
     IOHIDManagerUnscheduleFromRunLoop(manager_.get(), CFRunLoopGetMain(), kCFRunLoopCommonModes);
+  }
+
+  IOReturn closeManager() {
+    isOpen_ = false;
+    return IOHIDManagerClose(manager_.get(), kIOHIDOptionsTypeNone);
   }
 
   const CFReference<IOHIDManagerRef> manager_;

@@ -117,7 +117,8 @@ class FrameReceivers {
   std::uintptr_t lastNumber_ TESSLINE_GUARDED_BY(mutex_) = 0;
 };
 
-int frameArrived(SystemDevice, void* touches, int numTouches, double, int, void* refcon) {
+// Exceptions end the process here, before they reach the library.
+int frameArrived(SystemDevice, void* touches, int numTouches, double, int, void* refcon) noexcept {
   const auto receiver = FrameReceivers::shared().find(std::bit_cast<std::uintptr_t>(refcon));
   if (receiver) receiver->deliver(static_cast<const std::byte*>(touches), numTouches);
   return 0;

@@ -17,7 +17,9 @@ class SystemLog : public LogSink {
  public:
   void log(std::string_view line) override {
     const int length = static_cast<int>(std::min(line.size(), greatestLength));
-    os_log(OS_LOG_DEFAULT, "%{public}.*s", length, line.data());
+    // The log would make a word of a null pointer.
+    const char* const text = line.empty() ? "" : line.data();
+    os_log(OS_LOG_DEFAULT, "%{public}.*s", length, text);
   }
 };
 

@@ -43,7 +43,9 @@ char** ownEnvironment() {
 
 // What cannot be known, because the process has others collect its children.
 constexpr std::int32_t unknownStatus = -1;
+#ifndef __APPLE__
 constexpr int firstInheritedNever = 3;
+#endif
 
 // Of several calls.
 class FirstError {

@@ -73,8 +73,9 @@ class PosixFileManager : public FileManager {
   std::optional<FileAttributes> attributes(const std::string& path) override {
     const auto status = statusOf(path);
     if (!status) return std::nullopt;
-    return FileAttributes{.ownerAccountID = status->st_uid,
-                          .posixPermissions = status->st_mode & permissionBits};
+    return FileAttributes{
+        .ownerAccountID = status->st_uid,
+        .posixPermissions = static_cast<std::uint32_t>(status->st_mode & permissionBits)};
   }
 
   std::vector<std::uint8_t> contents(const std::string& path) override {

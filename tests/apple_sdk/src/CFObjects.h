@@ -30,6 +30,9 @@ enum class CFType : CFTypeID {
   runLoopSource,
   hidManager,
   hidDevice,
+  accessibilityElement,
+  accessibilityValue,
+  event,
 };
 
 /// What every object is. It is made with one reference.

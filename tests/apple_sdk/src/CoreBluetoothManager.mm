@@ -106,6 +106,11 @@ bool offersAnyOf(const PeripheralPlan& plan, NSArray<CBUUID*>* wanted) {
   return [super init];
 }
 
++ (CBManagerAuthorization)authorization {
+  const Lock lock(radio().mutex);
+  return radio().authorization;
+}
+
 - (CBManagerState)state {
   fail("manager of no kind");
 }

@@ -48,6 +48,7 @@ struct Radio {
   /// An object that ends while it is held locks it again.
   std::recursive_mutex mutex;
   CBManagerState state = CBManagerStatePoweredOn;
+  CBManagerAuthorization authorization = CBManagerAuthorizationAllowedAlways;
   CancelledAttempt cancelledAttempt = CancelledAttempt::isTold;
   std::vector<Remote> remotes;
   std::vector<WeakManager> managers;

@@ -87,6 +87,7 @@ void reset() {
   const Lock lock(radio().mutex);
   if (radio().managerCount != 0) fail("reset while there are managers");
   radio().state = CBManagerStatePoweredOn;
+  radio().authorization = CBManagerAuthorizationAllowedAlways;
   radio().cancelledAttempt = CancelledAttempt::isTold;
   radio().remotes.clear();
   radio().managers.clear();
@@ -96,6 +97,11 @@ void reset() {
 void setCancelledAttempt(CancelledAttempt kind) {
   const Lock lock(radio().mutex);
   radio().cancelledAttempt = kind;
+}
+
+void setAuthorization(long authorization) {
+  const Lock lock(radio().mutex);
+  radio().authorization = static_cast<CBManagerAuthorization>(authorization);
 }
 
 void setState(long state) {

@@ -25,13 +25,18 @@ using Piece = std::function<void()>;
 using Lock = std::unique_lock<std::mutex>;
 using Ticks = std::uint64_t;
 
-// A tick is 125/3 ns, as on processors where it is no whole number.
-constexpr std::uint64_t tickNumerator = 125;
-constexpr std::uint64_t tickDenominator = 3;
+// How long a tick is, in nanoseconds.
+struct TickLength {
+  std::uint64_t numerator;
+  std::uint64_t denominator;
+};
+// One kind of processor counts in ticks that are no whole number, the other in nanoseconds.
+constexpr TickLength fractionalTick = {125, 3};
+constexpr TickLength nanosecondTick = {1, 1};
+// Guarded by the lock of everything.
+TickLength tick = fractionalTick;
 // Beyond it, times mean other clocks.
 constexpr Ticks lastTick = (std::uint64_t{1} << 62) - 1;
-// Where the clock of tests starts: at a whole second of a whole tick.
-constexpr Ticks manualStart = NSEC_PER_SEC / tickNumerator * tickDenominator;
 constexpr std::uint64_t leastLeeway = NSEC_PER_MSEC;
 constexpr std::uint64_t mostLeeway = 60 * NSEC_PER_SEC;
 
@@ -43,12 +48,12 @@ constexpr std::uint64_t mostLeeway = 60 * NSEC_PER_SEC;
 
 // Rounded down, in either direction; in two parts, as products of large numbers do not fit.
 Ticks ticksOf(std::uint64_t nanoseconds) {
-  return nanoseconds / tickNumerator * tickDenominator +
-         nanoseconds % tickNumerator * tickDenominator / tickNumerator;
+  return nanoseconds / tick.numerator * tick.denominator +
+         nanoseconds % tick.numerator * tick.denominator / tick.numerator;
 }
 std::uint64_t nanosecondsOf(Ticks ticks) {
-  return ticks / tickDenominator * tickNumerator +
-         ticks % tickDenominator * tickNumerator / tickDenominator;
+  return ticks / tick.denominator * tick.numerator +
+         ticks % tick.denominator * tick.numerator / tick.denominator;
 }
 
 struct Object {
@@ -204,7 +209,11 @@ class World {
     queue.isRunning = true;
     Queue* const outer = std::exchange(currentQueue, &queue);
     lock.unlock();
-    piece();
+    try {
+      piece();
+    } catch (...) {
+      fail("work", "let an exception out, which the system does not know");
+    }
     piece = nullptr;
     lock.lock();
     currentQueue = outer;
@@ -237,12 +246,14 @@ class World {
   }
 
   void useManualClock(bool isManual) {
-    if (!timers_.empty() || !ready_.empty() || busyWorkers_ != 0) {
-      fail("useManualClock", "timers wait or work runs");
-    }
+    requireRest("useManualClock");
     isManual_ = isManual;
-    manualNow_ = manualStart;
     usesLeeway_ = false;
+    setTick(fractionalTick);
+  }
+  void setHasNanosecondTicks(bool has) {
+    requireRest("setHasNanosecondTicks");
+    setTick(has ? nanosecondTick : fractionalTick);
   }
   void setUsesLeeway(bool uses) { usesLeeway_ = uses; }
   std::size_t waitingTimers() const { return timers_.size(); }
@@ -318,6 +329,18 @@ class World {
     }
   }
 
+  void requireRest(std::string_view operation) const {
+    if (!timers_.empty() || !ready_.empty() || busyWorkers_ != 0) {
+      fail(operation, "timers wait or work runs");
+    }
+  }
+
+  // The clock of tests starts at a whole second of a whole tick.
+  void setTick(TickLength length) {
+    tick = length;
+    manualNow_ = ticksOf(NSEC_PER_SEC);
+  }
+
   void requireManualClock() const {
     if (!isManual_) fail("advance", "the clock is that of the host");
   }
@@ -361,7 +384,7 @@ class World {
 
   std::multiset<Timer> timers_;
   std::int64_t nextOrder_ = 0;
-  Ticks manualNow_ = manualStart;
+  Ticks manualNow_ = ticksOf(NSEC_PER_SEC);
   bool isManual_ = false;
   bool usesLeeway_ = false;
   bool hasTimerThread_ = false;
@@ -459,6 +482,11 @@ void advance(std::chrono::nanoseconds duration) {
 bool advanceToNextTimer() {
   Lock lock = World::shared().lock();
   return World::shared().advanceToNextTimer(lock);
+}
+
+void setHasNanosecondTicks(bool has) {
+  const Lock lock = World::shared().lock();
+  World::shared().setHasNanosecondTicks(has);
 }
 
 void setUsesLeeway(bool uses) {

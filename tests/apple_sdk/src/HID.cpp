@@ -70,6 +70,8 @@ class Device : public CFObject {
 
   const Hardware hardware;
   bool isOpen = false;
+  // Of the manager that found it.
+  IOReturn openResult = kIOReturnSuccess;
   bool isGone = false;
   std::uint8_t* buffer = nullptr;
   CFIndex bufferSize = 0;
@@ -78,6 +80,14 @@ class Device : public CFObject {
  private:
   std::map<std::string, CFTypeRef> cache_;
 };
+
+// By way of the functions that check whether it lives: others may have released it too often.
+void keep(const Device* device) {
+  CFRetain(static_cast<const CFObject*>(device));
+}
+void letGo(const Device* device) {
+  CFRelease(static_cast<const CFObject*>(device));
+}
 
 // What a manager has yet to tell.
 struct PresentDevices {};
@@ -257,15 +267,17 @@ class Manager : public CFObject {
     }
   }
 
+  // What an open manager finds is opened at once.
   Device& take(const Hardware& hardware) {
     auto& made = *new Device(hardware);
     devices_.push_back(&made);
     hasMatched_ = true;
+    if (isOpen_) made.openResult = openDevice(made);
     return made;
   }
 
   void forgetDevices() {
-    for (Device* device : std::exchange(devices_, {})) device->release();
+    for (const Device* device : std::exchange(devices_, {})) letGo(device);
   }
 
   // As the devices' callbacks do, this one may end the manager, which is held until it is done.
@@ -292,39 +304,38 @@ class Manager : public CFObject {
   // Goes on whatever the callbacks do: that they want no more, they have to know themselves.
   void tell(const PresentDevices&) {
     const auto present = devices_;
-    for (Device* device : present) device->retain();
+    for (Device* device : present) keep(device);
     for (Device* device : present) {
-      call(onMatched, kIOReturnSuccess, *device);
-      device->release();
+      call(onMatched, device->openResult, *device);
+      letGo(device);
     }
   }
 
   void tell(const Arrival& arrival) {
     if (find(arrival.hardware) != nullptr || !matches(*arrival.hardware)) return;
     Device& device = take(arrival.hardware);
-    const IOReturn result = isOpen_ ? openDevice(device) : kIOReturnSuccess;
-    device.retain();
-    call(onMatched, result, device);
-    device.release();
+    keep(&device);
+    call(onMatched, device.openResult, device);
+    letGo(&device);
   }
 
   void tell(const Removal& removal) {
     Device* const device = find(removal.hardware);
     if (device == nullptr) return;
     device->isGone = true;
-    device->retain();
+    keep(device);
     call(onRemoved, kIOReturnSuccess, *device);
     // It may have been forgotten meanwhile.
-    if (std::erase(devices_, device) != 0) device->release();
-    device->release();
+    if (std::erase(devices_, device) != 0) letGo(device);
+    letGo(device);
   }
 
   void tell(const Report& report) {
     Device* const device = find(report.hardware);
     if (device == nullptr || !isOpen_ || !device->isOpen) return;
-    device->retain();
+    keep(device);
     device->deliver(report.result, report.reportID, report.bytes);
-    device->release();
+    letGo(device);
   }
 
   CFRunLoopSourceRef source_ = nullptr;

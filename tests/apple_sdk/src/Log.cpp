@@ -52,7 +52,9 @@ std::string formatted(std::string_view format, va_list arguments) {
       if (take(rest, ".*")) length = va_arg(arguments, int);
       if (!take(rest, "s")) fail("a conversion that the stand-in does not know", format);
       if (length && *length < 0) fail("a negative length", format);
-      const std::string argument = textOf(va_arg(arguments, const char*), length);
+      const char* const given = va_arg(arguments, const char*);
+      if (given == nullptr) fail("no text", format);
+      const std::string argument = textOf(given, length);
       text += isPublic ? argument : "<private>";
     } else {
       text += rest.front();

@@ -128,8 +128,8 @@ std::int32_t getDeviceID(Device device, std::uint64_t* deviceID) {
 std::int32_t start(Device device, std::int32_t mode) {
   const std::lock_guard lock(mutex);
   SurfaceState& surface = called("MTDeviceStart", device, std::to_string(mode));
-  surface.isStarted = surface.about.status == 0;
-  return surface.about.status;
+  surface.isStarted = surface.about.startStatus == 0;
+  return surface.about.startStatus;
 }
 
 std::int32_t stop(Device device) {
@@ -220,7 +220,11 @@ void deliver(const std::vector<Registration>& registrations,
   std::thread([&] {
     for (const auto& registration : registrations) {
       std::vector<std::byte> copy(records.begin(), records.end());
-      call(registration, surface.get(), copy, count);
+      try {
+        call(registration, surface.get(), copy, count);
+      } catch (...) {
+        fail("contact frame callback", "let an exception out, which the library does not know");
+      }
     }
   }).join();
   const std::lock_guard lock(mutex);

@@ -35,6 +35,8 @@ class Loop : public CFObject {
   std::vector<std::string> running;
   bool isStopped = false;
   bool isWoken = false;
+  // How often it has run in a row without a source.
+  int emptyRuns = 0;
   std::condition_variable wake;
 };
 
@@ -62,6 +64,9 @@ using Dropped = std::vector<Source*>;
 void release(const Dropped& dropped) {
   for (Source* source : dropped) source->release();
 }
+
+// In seconds; a clock can count so many of them.
+constexpr CFTimeInterval forEver = 1e9;
 
 constexpr auto defaultMode = "kCFRunLoopDefaultMode";
 constexpr auto commonModes = "kCFRunLoopCommonModes";
@@ -117,24 +122,33 @@ bool performSources(Loop& loop, const std::string& mode, bool onlyOne,
 
 void sleep(Loop& loop, const std::string& mode, std::chrono::steady_clock::time_point end,
            std::unique_lock<std::mutex>& lock) {
-  // Longer than any wake-up takes to follow its signal.
+  // Longer than any test leaves the loop alone.
   constexpr auto patience = std::chrono::seconds(10);
   const auto isWanted = [&] { return loop.isWoken || loop.isStopped; };
-  while (!isWanted() && std::chrono::steady_clock::now() < end) {
-    const auto until = std::min(end, std::chrono::steady_clock::now() + patience);
-    if (loop.wake.wait_until(lock, until, isWanted)) break;
-    if (std::ranges::any_of(loop.sources[mode], &Source::isSignalled)) {
-      fail("CFRunLoopRun", "sleeps although a source was signalled: nobody woke the loop");
-    }
+  const auto until = std::min(end, std::chrono::steady_clock::now() + patience);
+  if (!loop.wake.wait_until(lock, until, isWanted) && until < end) {
+    const bool isForgotten = std::ranges::any_of(loop.sources[mode], &Source::isSignalled);
+    fail("CFRunLoopRun", isForgotten
+                             ? "sleeps although a source was signalled: nobody woke the loop"
+                             : "sleeps and sleeps: nobody gives it work or stops it");
   }
   loop.isWoken = false;
+}
+
+// Whoever runs a loop that nothing can wake, over and over, never ends.
+void checkThatItIsOfUse(Loop& loop, bool hasSources) {
+  constexpr int patience = 1000;
+  loop.emptyRuns = hasSources ? 0 : loop.emptyRuns + 1;
+  if (loop.emptyRuns == patience) fail("CFRunLoopRunInMode", "runs over and over without a source");
 }
 
 CFRunLoopRunResult runIn(Loop& loop, const std::string& mode,
                          std::chrono::steady_clock::time_point end, bool returnAfterSource) {
   std::unique_lock lock(loopMutex());
   while (true) {
-    if (loop.sources[mode].empty()) return kCFRunLoopRunFinished;
+    const bool hasSources = !loop.sources[mode].empty();
+    checkThatItIsOfUse(loop, hasSources);
+    if (!hasSources) return kCFRunLoopRunFinished;
     const bool hasHandled = performSources(loop, mode, returnAfterSource, lock);
     if (std::exchange(loop.isStopped, false)) return kCFRunLoopRunStopped;
     if (hasHandled && returnAfterSource) return kCFRunLoopRunHandledSource;
@@ -188,7 +202,6 @@ CFRunLoopMode CFRunLoopCopyCurrentMode(CFRunLoopRef reference) {
 }
 
 void CFRunLoopRun() {
-  constexpr CFTimeInterval forEver = 1e9;
   while (true) {
     const auto result = CFRunLoopRunInMode(kCFRunLoopDefaultMode, forEver, false);
     if (result == kCFRunLoopRunStopped || result == kCFRunLoopRunFinished) return;
@@ -207,9 +220,9 @@ CFRunLoopRunResult CFRunLoopRunInMode(CFRunLoopMode reference, CFTimeInterval se
     wasStopped = std::exchange(loop.isStopped, false);
     loop.running.push_back(mode);
   }
-  const auto end =
-      std::chrono::steady_clock::now() + std::chrono::duration_cast<std::chrono::nanoseconds>(
-                                             std::chrono::duration<CFTimeInterval>(seconds));
+  const std::chrono::duration<CFTimeInterval> duration(std::min(seconds, forEver));
+  const auto end = std::chrono::steady_clock::now() +
+                   std::chrono::duration_cast<std::chrono::nanoseconds>(duration);
   const CFRunLoopRunResult result = runIn(loop, mode, end, returnAfterSourceHandled);
   const std::lock_guard lock(loopMutex());
   loop.running.pop_back();

@@ -1,9 +1,9 @@
 #include "cli/doctor/CaptureChecks.h"
+#include "tests/cli/doctor/CheckPrinting.h"
 #include "tests/cli/doctor/FakeMachine.h"
 
 #include <algorithm>
 #include <optional>
-#include <ostream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -11,15 +11,6 @@
 #include <vector>
 
 #include <gtest/gtest.h>
-
-namespace tessline::cli {
-
-inline std::ostream& operator<<(std::ostream& stream, const Check& check) {
-  return stream << check.name << " [" << static_cast<int>(check.state) << "] " << check.detail
-                << " / " << check.remedy;
-}
-
-}  // namespace tessline::cli
 
 namespace tessline::test {
 namespace {

@@ -18,6 +18,13 @@ typedef NS_ENUM(NSInteger, CBManagerState) {
   CBManagerStatePoweredOn = 5,
 };
 
+typedef NS_ENUM(NSInteger, CBManagerAuthorization) {
+  CBManagerAuthorizationNotDetermined = 0,
+  CBManagerAuthorizationRestricted = 1,
+  CBManagerAuthorizationDenied = 2,
+  CBManagerAuthorizationAllowedAlways = 3,
+};
+
 typedef NS_ENUM(NSInteger, CBPeripheralState) {
   CBPeripheralStateDisconnected = 0,
   CBPeripheralStateConnecting = 1,
@@ -86,6 +93,7 @@ FOUNDATION_EXPORT NSString* const CBCentralManagerScanOptionAllowDuplicatesKey;
 
 @interface CBManager : NSObject
 - (instancetype)init NS_UNAVAILABLE;
+@property(class, nonatomic, assign, readonly) CBManagerAuthorization authorization;
 @property(nonatomic, assign, readonly) CBManagerState state;
 @end
 

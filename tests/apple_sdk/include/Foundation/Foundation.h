@@ -5,6 +5,8 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include <CoreGraphics/CGGeometry.h>
+
 #ifdef __cplusplus
 #define FOUNDATION_EXPORT extern "C"
 #else
@@ -37,6 +39,8 @@ typedef bool BOOL;  // As on the 64-bit ARM.
 typedef long NSInteger;
 typedef unsigned long NSUInteger;
 typedef struct _NSZone NSZone;
+typedef CGPoint NSPoint;
+typedef CGRect NSRect;
 
 NS_ASSUME_NONNULL_BEGIN
 
@@ -192,5 +196,27 @@ typedef NS_OPTIONS(NSUInteger, NSSearchPathDomainMask) {
 @end
 
 FOUNDATION_EXPORT NSString* NSHomeDirectory(void);
+
+@interface NSThread : NSObject
+@property(class, readonly) BOOL isMainThread;
+@end
+
+typedef NSString* NSNotificationName;
+
+@interface NSNotification : NSObject
+@property(readonly, copy) NSNotificationName name;
+@property(nullable, readonly, strong) id object;
+@end
+
+/// Holds observers weakly, and tells them on the thread that posts.
+@interface NSNotificationCenter : NSObject
+@property(class, readonly, strong) NSNotificationCenter* defaultCenter;
+- (void)addObserver:(id)observer
+           selector:(SEL)aSelector
+               name:(nullable NSNotificationName)aName
+             object:(nullable id)anObject;
+- (void)removeObserver:(id)observer;
+- (void)postNotificationName:(NSNotificationName)aName object:(nullable id)anObject;
+@end
 
 NS_ASSUME_NONNULL_END

@@ -73,6 +73,8 @@ void reset();
 void setCancelledAttempt(CancelledAttempt kind);
 /// A number of CBManagerState, or a later one.
 void setState(long state);
+/// A number of CBManagerAuthorization, or a later one.
+void setAuthorization(long authorization);
 /// Peripherals are counted from 0.
 std::size_t addPeripheral(PeripheralPlan plan);
 /// Changes what there is to know of it. Attempts that wait are made again.

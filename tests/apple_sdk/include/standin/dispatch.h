@@ -19,6 +19,9 @@ void useManualClock(bool isManual);
 void advance(std::chrono::nanoseconds duration);
 /// Lets time pass until the next timer has fired and nothing runs; false if none waits.
 bool advanceToNextTimer();
+/// Whether the processor counts in nanoseconds; otherwise in ticks of 125/3 ns, as at first and
+/// after each change of the clock. The manual clock starts anew. No timer may wait and no work run.
+void setHasNanosecondTicks(bool has);
 /// Whether timers use their leeway: they then fire as late as they may. Manual clock.
 void setUsesLeeway(bool uses);
 

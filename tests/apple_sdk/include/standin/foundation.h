@@ -2,6 +2,7 @@
 /// How tests control what the stand-in's Foundation says of the process.
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <optional>
 #include <string>
@@ -27,6 +28,9 @@ struct Surroundings {
 
 /// From now on.
 void setSurroundings(Surroundings surroundings);
+
+/// Observers of notifications that have not been taken back, those that are gone included.
+std::size_t observers();
 
 /// The calls about surroundings so far with their arguments.
 std::vector<std::string> calls();

@@ -23,10 +23,10 @@ struct Surface {
   std::uint64_t identifier = 0;
   std::int32_t rows = 0;
   std::int32_t columns = 0;
-  std::int32_t width = 0;   ///< In hundredths of a millimetre.
-  std::int32_t height = 0;  ///< In hundredths of a millimetre.
-  std::int32_t status = 0;  ///< What all that returns a status returns but stopping; fills nothing
-                            ///< unless 0.
+  std::int32_t width = 0;        ///< In hundredths of a millimetre.
+  std::int32_t height = 0;       ///< In hundredths of a millimetre.
+  std::int32_t status = 0;       ///< What questions about it return; they fill nothing unless 0.
+  std::int32_t startStatus = 0;  ///< What starting it returns; it does not start unless 0.
 };
 
 /// All as it is at first: a library with every function, without surfaces and calls. Nothing may be

@@ -14,5 +14,8 @@ int* __error(void);
 }
 #endif
 
+/// A file of a kind that will not do.
+#define EFTYPE 79
+
 #undef errno
 #define errno (*__error())

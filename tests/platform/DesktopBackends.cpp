@@ -1,11 +1,6 @@
-/// @file
-/// The backends that the contracts of the desktop are tested on.
-#pragma once
-
 #include "tessline/platform/simulated/SimulatedHost.h"
 #include "tessline/touch/ContactRecord.h"
 #include "tests/platform/DesktopContract.h"
-#include "tests/support/GeometryPrinting.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -22,10 +17,9 @@
 
 namespace tessline::test {
 
-using platform::AccessibilityValue;
+namespace {
+
 using platform::MouseEventType;
-using platform::MultitouchDevice;
-using platform::MultitouchFunction;
 using platform::ScreenFrames;
 using platform::simulated::SimulatedHost;
 
@@ -127,20 +121,15 @@ class HostBackend : public DesktopBackend {
   std::string pathOfNoLibrary() override { return "/nowhere/Multitouch"; }
 };
 
-using AnyChoice = BackendChoice<DesktopBackend>;
-using ScriptedChoice = BackendChoice<ScriptedBackend>;
+}  // namespace
 
-inline const auto scriptedBackends = testing::Values(
-    ScriptedChoice{"Simulated", [] { return std::make_unique<SimulatedBackend>(); }});
+std::vector<BackendChoice<DesktopBackend>> desktopBackends() {
+  return {{"Simulated", [] { return std::make_unique<SimulatedBackend>(); }},
+          {"Host", [] { return std::make_unique<HostBackend>(); }}};
+}
 
-// What holds where there is a desktop.
-
-class ScriptedTest : public testing::TestWithParam<ScriptedChoice> {
- protected:
-  std::unique_ptr<ScriptedBackend> backend = GetParam().make();
-  std::shared_ptr<platform::Screens> screens = backend->platform()->screens();
-  std::shared_ptr<platform::Accessibility> accessibility = backend->platform()->accessibility();
-  std::shared_ptr<platform::PointerEvents> events = backend->platform()->pointerEvents();
-};
+std::vector<BackendChoice<ScriptedBackend>> scriptedBackends() {
+  return {{"Simulated", [] { return std::make_unique<SimulatedBackend>(); }}};
+}
 
 }  // namespace tessline::test
