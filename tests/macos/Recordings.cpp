@@ -61,6 +61,15 @@ Lines replayed(const std::string& recording,
   return lines;
 }
 
+Lines visibleIn(Lines lines) {
+  std::erase_if(lines, [](const std::string& line) {
+    const auto members = nlohmann::json::parse(line);
+    if (members["output"] != "call") return false;
+    return members["operation"] != "log" && !members.value("posted", false);
+  });
+  return lines;
+}
+
 Lines seenIn(Lines lines) {
   std::erase_if(lines, [](const std::string& line) {
     return line.find(R"("output":"call")") != std::string::npos;

@@ -29,5 +29,8 @@ Lines replayed(const std::string& recording,
 
 /// What a program sees of a replay, but not the calls.
 Lines seenIn(Lines lines);
+/// What a program, the log or whoever looks at the desktop sees of it: of the calls, log lines and
+/// posted events.
+Lines visibleIn(Lines lines);
 
 }  // namespace tessline::test

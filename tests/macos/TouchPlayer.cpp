@@ -163,11 +163,15 @@ TouchPlayer::TouchPlayer(Observe onObservation) : observe_(std::move(onObservati
   });
 }
 
-TouchPlayer::~TouchPlayer() {
-  // What ends with the player is no part of the recording.
+void TouchPlayer::end() {
   isOver_ = true;
   service_.reset();
   controller_.reset();
+}
+
+TouchPlayer::~TouchPlayer() {
+  // What ends with the player is no part of the recording.
+  end();
   platform_.reset();
   standin::dispatch::waitUntilIdle();
   standin::dispatch::useManualClock(false);
@@ -175,9 +179,21 @@ TouchPlayer::~TouchPlayer() {
 }
 
 void TouchPlayer::play(const cli::Record& record) {
-  runUntil(record.time);
-  apply(record);
+  let(record.time, [&] { apply(record); });
+}
+
+void TouchPlayer::let(QueueTime time, const std::function<void()>& happen) {
+  runUntil(time);
+  happen();
   observeChanges();
+}
+
+void TouchPlayer::passButtons(const std::vector<TesslineEvent>& events) {
+  if (!controller_) return;
+  for (const TesslineEvent& event : events) {
+    const auto* const button = std::get_if<RemoteButtonEvent>(&event);
+    if (button != nullptr) controller_->handleButton(button->command, button->phase);
+  }
 }
 
 void TouchPlayer::advanceTo(QueueTime time, QueueTime lateness) {

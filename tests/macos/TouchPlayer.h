@@ -59,6 +59,12 @@ class TouchPlayer {
 
   /// Lets it happen at its time, with all that comes of it.
   void play(const cli::Record& record);
+  /// Lets something else happen at that time, with what comes of it.
+  void let(platform::QueueTime time, const std::function<void()>& happen);
+  /// Gives the buttons among them to the controller, if there is one, as an application does.
+  void passButtons(const std::vector<TesslineEvent>& events);
+  /// Lets go of the service and the controller; nothing is observed any more.
+  void end();
 
  private:
   void apply(const cli::Record& record);

@@ -3,9 +3,7 @@
 #include "tests/macos/TouchPlayer.h"
 
 #include <cstddef>
-#include <set>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 #include <standin/corefoundation.h>
@@ -14,26 +12,6 @@
 
 namespace tessline::test {
 namespace {
-
-// The recordings of the clickpad, but those that need more: HID, or a surface that tells its size
-// and nevertheless does not start.
-std::vector<std::string> touchRecordings() {
-  const std::set<std::string> others = {"touch-remote-buttons-click", "touch-surfaces"};
-  std::vector<std::string> names = recordingsOf("touch-");
-  std::erase_if(names, [&](const std::string& name) { return others.contains(name); });
-  return names;
-}
-
-// What a program, the log or whoever looks at the desktop sees of a replay. Which calls ask for
-// what is tested of each adapter.
-Lines visibleIn(Lines lines) {
-  std::erase_if(lines, [](const std::string& line) {
-    const auto members = nlohmann::json::parse(line);
-    if (members["output"] != "call") return false;
-    return members["operation"] != "log" && !members.value("posted", false);
-  });
-  return lines;
-}
 
 class TouchRecordings : public testing::TestWithParam<std::string> {};
 
@@ -53,7 +31,8 @@ TEST_P(TouchRecordings, LookTheSameOverTheAdapters) {
   EXPECT_EQ(standin::dispatch::liveObjects(), queuesBefore);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, TouchRecordings, testing::ValuesIn(touchRecordings()),
+INSTANTIATE_TEST_SUITE_P(All, TouchRecordings,
+                         testing::ValuesIn(recordingsOf("touch-", {"touch-remote-buttons-click"})),
                          [](const auto& each) { return testName(each.param); });
 
 }  // namespace
