@@ -249,8 +249,8 @@ using Central = tessline::platform::CoreBluetoothCentral;
 - (void)centralManager:(CBCentralManager*)central
     didDiscoverPeripheral:(CBPeripheral*)peripheral
         advertisementData:(NSDictionary<NSString*, id>*)advertisementData
-                     RSSI:(NSNumber*)RSSI {
-  if (const auto told = central_.lock()) told->heard(peripheral, advertisementData, RSSI);
+                     RSSI:(NSNumber*)rssi {
+  if (const auto told = central_.lock()) told->heard(peripheral, advertisementData, rssi);
 }
 
 - (void)centralManager:(CBCentralManager*)central didConnectPeripheral:(CBPeripheral*)peripheral {
