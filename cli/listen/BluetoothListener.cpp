@@ -3,6 +3,7 @@
 #include "cli/listen/DeviceRows.h"
 #include "cli/listen/Listener.h"
 #include "tessline/bluetooth/BluetoothRemoteDiscoveryService.h"
+#include "tessline/bluetooth/BluetoothStatus.h"
 
 #include <cstdint>
 #include <iterator>
@@ -20,11 +21,6 @@ namespace {
 using platform::Permission;
 using Snapshot = BluetoothRemoteDiscoverySnapshot;
 
-// The service's words for what ends the listening. Everything else may become better.
-constexpr std::string_view unsupported = "Bluetooth is not supported on this Mac";
-constexpr std::string_view unauthorized = "Bluetooth permission is not authorized";
-constexpr std::string_view stopped = "Scan stopped";
-
 std::string described(const BluetoothRemoteDevice& device) {
   std::string text =
       fmt::format("{}, {} dBm, {}", device.name, device.rssi, device.connectionState);
@@ -40,10 +36,11 @@ void show(const Snapshot& last, const Snapshot& snapshot, LiveWriter& writer) {
   noteDevices(last.devices, snapshot.devices, described, writer);
 }
 
+// Everything else may become better.
 std::optional<ListenEnd> endToldBy(const std::string& status, platform::Permissions& permissions) {
-  if (status == stopped) return ListenEnd();
-  if (status == unsupported) return ListenEnd{.hasFailed = true};
-  if (status == unauthorized) {
+  if (status == bluetoothStatus::stopped) return ListenEnd();
+  if (status == bluetoothStatus::unsupported) return ListenEnd{.hasFailed = true};
+  if (status == bluetoothStatus::unauthorized) {
     return ListenEnd{
         .hasFailed = true,
         .hint = hintFor(Permission::bluetooth, permissions.state(Permission::bluetooth))};

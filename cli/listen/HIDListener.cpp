@@ -8,6 +8,7 @@
 #include <vector>
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 namespace tessline::cli {
 
@@ -37,10 +38,15 @@ class HIDListener : public Listener {
 
   void start() override {
     service_->startListening();
-    if (last_.isListening) return;
     constexpr auto needed = platform::Permission::inputMonitoring;
-    output_->end(
-        {.hasFailed = true, .hint = hintFor(needed, platform_->permissions()->state(needed))});
+    const std::string hint = hintFor(needed, platform_->permissions()->state(needed));
+    if (!last_.isListening) return output_->end({.hasFailed = true, .hint = hint});
+    // Listening succeeds without it as long as no remote is there, which would then stay silent.
+    if (hint.empty()) return;
+    output_->write([&](LiveWriter& writer) {
+      writer.object("\"hint\":" + nlohmann::json(hint).dump());
+      writer.note("!", hint);
+    });
   }
 
   void stop() override {

@@ -1,5 +1,6 @@
 #include "tessline/bluetooth/BluetoothRemoteDiscoveryService.h"
 
+#include "tessline/bluetooth/BluetoothStatus.h"
 #include "tessline/bluetooth/SiriRemoteBluetoothUUIDs.h"
 #include "tessline/text/Unicode.h"
 
@@ -31,8 +32,8 @@ constexpr std::array hidCharacteristics = {UUIDs::hidReport};
 constexpr std::array voiceCharacteristics = {UUIDs::customVoiceNotify};
 
 namespace status {
+using namespace bluetoothStatus;
 constexpr std::string_view starting = "Starting Bluetooth";
-constexpr std::string_view stopped = "Scan stopped";
 constexpr std::string_view connecting = "Connecting to ";
 constexpr std::string_view notAvailable = "Device is no longer available";
 constexpr std::string_view connected = "Connected to ";
@@ -49,9 +50,9 @@ std::string_view of(BluetoothState state) {
     case BluetoothState::resetting:
       return "Bluetooth is resetting";
     case BluetoothState::unsupported:
-      return "Bluetooth is not supported on this Mac";
+      return unsupported;
     case BluetoothState::unauthorized:
-      return "Bluetooth permission is not authorized";
+      return unauthorized;
     case BluetoothState::poweredOff:
       return "Bluetooth is powered off";
     case BluetoothState::poweredOn:
@@ -102,7 +103,9 @@ std::shared_ptr<BluetoothRemoteDiscoveryService> BluetoothRemoteDiscoveryService
 
 BluetoothRemoteDiscoveryService::BluetoothRemoteDiscoveryService(
     std::shared_ptr<platform::Platform> platform)
-    : platform_(std::move(platform)), bluetoothQueue_(platform_->makeSerialQueue(queueLabel)) {}
+    : platform_(std::move(platform)),
+      bluetoothQueue_(
+          platform_->makeSerialQueue(queueLabel, platform::QualityOfService::standard)) {}
 
 void BluetoothRemoteDiscoveryService::startScanning() {
   bluetoothQueue_->async([weak = weak_from_this()] {

@@ -154,7 +154,7 @@ void ConnectedRemoteHIDService::startListening() {
   } else {
     status_ = std::string(status::cannotOpen) + resultText(result);
     manager->unscheduleFromRunLoop(*mainRunLoop_);
-    // Released without being closed, its callbacks still registered: it was never opened.
+    // Released without being closed, and with its callbacks: nothing is to come of it any more.
     manager_.reset();
   }
   publishSnapshot();

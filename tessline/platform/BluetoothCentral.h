@@ -53,8 +53,8 @@ class BluetoothCentralDelegate {
   /// It could not be made, and is not tried again.
   virtual void didFailToConnect(const std::shared_ptr<BluetoothPeripheral>& peripheral,
                                 const TesslineError* error) = 0;
-  /// It has ended, with an error unless that was asked for. Told once for each that stood, and for
-  /// an attempt that was cancelled.
+  /// It has ended, with an error unless that was asked for. Told once for each that stood, for an
+  /// attempt that was cancelled, and for one that the host ends.
   virtual void didDisconnectPeripheral(const std::shared_ptr<BluetoothPeripheral>& peripheral,
                                        const TesslineError* error) = 0;
 };

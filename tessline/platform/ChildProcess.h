@@ -44,8 +44,8 @@ struct ProcessDescription {
 
 /// One program. It inherits the environment, has no input, and nothing of this process stays open
 /// in it but its standard streams. Any thread; none may change the environment variables during a
-/// launch. A process that is let go of runs on, is not called
-/// back for, and leaves nothing behind when it ends.
+/// launch. A process that is let go of runs on, is not called back for, and leaves nothing behind
+/// when it ends.
 class ChildProcess {
  public:
   virtual ~ChildProcess() = default;

@@ -56,7 +56,8 @@ using MultitouchFunction =
                  DeviceStopFunction, DeviceTruthFunction, DeviceDimensionsFunction,
                  RegisterCallbackFunction, UnregisterCallbackFunction>;
 
-/// The library, open. Destroying it closes it, after which no callback runs. Any thread.
+/// The library, open. Destroying it closes it, after which no callback runs. Any thread. Of several
+/// that are open in one process only one at a time may have callbacks registered for a surface.
 class MultitouchLibrary {
  public:
   virtual ~MultitouchLibrary() = default;

@@ -29,7 +29,8 @@ class Platform {
   virtual ~Platform() = default;
 
   /// A serial queue of its own. Never null.
-  virtual std::shared_ptr<SerialQueue> makeSerialQueue(std::string_view label) = 0;
+  virtual std::shared_ptr<SerialQueue> makeSerialQueue(
+      std::string_view label, QualityOfService quality = QualityOfService::unspecified) = 0;
 
   /// The main run loop. Never null.
   virtual std::shared_ptr<MainRunLoop> mainRunLoop() = 0;

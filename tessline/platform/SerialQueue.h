@@ -3,6 +3,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string_view>
@@ -11,6 +12,12 @@ namespace tessline::platform {
 
 /// A piece of work. Must not throw: an exception that leaves it ends the process.
 using Work = std::function<void()>;
+
+/// How urgent a queue's work is to the host, where it makes a difference.
+enum class QualityOfService : std::uint8_t {
+  unspecified,  ///< As urgent as whoever hands it over.
+  standard,     ///< Neither urgent nor in the background.
+};
 
 /// Time as queues measure it: from an arbitrary start, never set, in steps of a nanosecond.
 using QueueTime = std::chrono::nanoseconds;

@@ -118,8 +118,9 @@ class QueueWatch : public PlatformDecorator {
  public:
   using PlatformDecorator::PlatformDecorator;
 
-  std::shared_ptr<platform::SerialQueue> makeSerialQueue(std::string_view label) override {
-    queue = PlatformDecorator::makeSerialQueue(label);
+  std::shared_ptr<platform::SerialQueue> makeSerialQueue(
+      std::string_view label, platform::QualityOfService quality) override {
+    queue = PlatformDecorator::makeSerialQueue(label, quality);
     return queue;
   }
 

@@ -252,8 +252,9 @@ TEST_F(CaptureServiceTest, StartInstallsTheRuntimeAndLaunchesItsTool) {
 class RealQueues : public PlatformDecorator {
  public:
   using PlatformDecorator::PlatformDecorator;
-  std::shared_ptr<platform::SerialQueue> makeSerialQueue(std::string_view label) override {
-    return platform::hostPlatform()->makeSerialQueue(label);
+  std::shared_ptr<platform::SerialQueue> makeSerialQueue(
+      std::string_view label, platform::QualityOfService quality) override {
+    return platform::hostPlatform()->makeSerialQueue(label, quality);
   }
 };
 

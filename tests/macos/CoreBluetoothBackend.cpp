@@ -16,8 +16,9 @@ namespace {
 // Has what the tests of Bluetooth need.
 class QueuesAndBluetooth : public platform::Platform {
  public:
-  std::shared_ptr<platform::SerialQueue> makeSerialQueue(std::string_view label) override {
-    return platform::makeDispatchQueue(label);
+  std::shared_ptr<platform::SerialQueue> makeSerialQueue(
+      std::string_view label, platform::QualityOfService quality) override {
+    return platform::makeDispatchQueue(label, quality);
   }
   std::shared_ptr<platform::BluetoothCentral> makeBluetoothCentral(
       std::weak_ptr<platform::BluetoothCentralDelegate> delegate,

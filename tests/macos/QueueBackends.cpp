@@ -19,8 +19,9 @@ class QueuePlatform : public PlatformDecorator {
  public:
   QueuePlatform() : PlatformDecorator(nullptr) {}
 
-  std::shared_ptr<platform::SerialQueue> makeSerialQueue(std::string_view label) override {
-    return platform::makeDispatchQueue(label);
+  std::shared_ptr<platform::SerialQueue> makeSerialQueue(
+      std::string_view label, platform::QualityOfService quality) override {
+    return platform::makeDispatchQueue(label, quality);
   }
   std::shared_ptr<platform::MainRunLoop> mainRunLoop() override { return loop_; }
 

@@ -51,8 +51,9 @@ class TouchPlatform : public PlatformDecorator {
   explicit TouchPlatform(std::function<void(std::string_view)> onLine)
       : PlatformDecorator(nullptr), log_(std::make_shared<LineSink>(std::move(onLine))) {}
 
-  std::shared_ptr<platform::SerialQueue> makeSerialQueue(std::string_view label) override {
-    return platform::makeDispatchQueue(label);
+  std::shared_ptr<platform::SerialQueue> makeSerialQueue(
+      std::string_view label, platform::QualityOfService quality) override {
+    return platform::makeDispatchQueue(label, quality);
   }
   std::shared_ptr<platform::LogSink> logSink() override { return log_; }
   std::shared_ptr<platform::MultitouchLibrary> openMultitouchLibrary(

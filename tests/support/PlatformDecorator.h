@@ -15,8 +15,9 @@ class PlatformDecorator : public platform::Platform {
   explicit PlatformDecorator(std::shared_ptr<platform::Platform> inner)
       : inner_(std::move(inner)) {}
 
-  std::shared_ptr<platform::SerialQueue> makeSerialQueue(std::string_view label) override {
-    return inner_->makeSerialQueue(label);
+  std::shared_ptr<platform::SerialQueue> makeSerialQueue(
+      std::string_view label, platform::QualityOfService quality) override {
+    return inner_->makeSerialQueue(label, quality);
   }
   std::shared_ptr<platform::MainRunLoop> mainRunLoop() override { return inner_->mainRunLoop(); }
   std::shared_ptr<platform::LogSink> logSink() override { return inner_->logSink(); }

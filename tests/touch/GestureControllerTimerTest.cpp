@@ -84,8 +84,9 @@ class LateTimers : public PlatformDecorator {
  public:
   using PlatformDecorator::PlatformDecorator;
 
-  std::shared_ptr<platform::SerialQueue> makeSerialQueue(std::string_view label) override {
-    return std::make_shared<Queue>(PlatformDecorator::makeSerialQueue(label));
+  std::shared_ptr<platform::SerialQueue> makeSerialQueue(
+      std::string_view label, platform::QualityOfService quality) override {
+    return std::make_shared<Queue>(PlatformDecorator::makeSerialQueue(label, quality));
   }
 
  private:

@@ -106,7 +106,7 @@ class NoPermissions : public Permissions {
 
 class LinuxPlatform : public Platform {
  public:
-  std::shared_ptr<SerialQueue> makeSerialQueue(std::string_view label) override {
+  std::shared_ptr<SerialQueue> makeSerialQueue(std::string_view label, QualityOfService) override {
     return makeStrandQueue(label);
   }
   std::shared_ptr<MainRunLoop> mainRunLoop() override { return mainRunLoop_; }

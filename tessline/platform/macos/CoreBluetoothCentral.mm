@@ -139,7 +139,10 @@ class CoreBluetoothCentral : public BluetoothCentral,
   }
   void disconnected(CBPeripheral* object, NSError* error) {
     const Peripheral told = known(object);
-    if (!told || !told->ended()) return;
+    if (!told) return;
+    const bool isLate = told->isLateEnd();
+    told->ended();
+    if (isLate) return;
     const auto reason = errorOf(error);
     tell([&](auto& delegate) { delegate.didDisconnectPeripheral(told, pointerTo(reason)); });
   }
@@ -203,8 +206,7 @@ class CoreBluetoothCentral : public BluetoothCentral,
     queue_->async([weak = weak_from_this(), weakPeripheral = std::weak_ptr(peripheral)] {
       const auto self = weak.lock();
       const auto told = weakPeripheral.lock();
-      if (!self || !told || !told->doesOweEnd()) return;
-      told->ended();
+      if (!self || !told || !told->takesOwedEnd()) return;
       self->tell([&](auto& delegate) { delegate.didDisconnectPeripheral(told, nullptr); });
     });
   }

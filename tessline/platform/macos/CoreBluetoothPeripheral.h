@@ -7,6 +7,7 @@
 #include "tessline/model/TesslineError.h"
 #include "tessline/platform/BluetoothCentral.h"
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <span>
@@ -74,11 +75,13 @@ class CoreBluetoothPeripheral : public BluetoothPeripheral,
   // What becomes of its connection, as the central is told.
   void connected();
   void failed() { forget(); }
-  /// Whether this is to be told: it was not, or not for an attempt that has been cancelled.
-  bool ended();
-  /// An attempt was cancelled. Not every version of the system tells that.
-  void owesEnd() { owesEnd_ = true; }
-  bool doesOweEnd() const { return owesEnd_; }
+  void ended() { forget(); }
+  /// An attempt was cancelled. Not every version of the system tells that, or at once.
+  void owesEnd() { owedEnd_ = OwedEnd::toTell; }
+  /// Whether nobody has told that yet; the system may do so later.
+  bool takesOwedEnd();
+  /// Whether the system tells now what was told already.
+  bool isLateEnd() const { return owedEnd_ == OwedEnd::told; }
   bool isConnected() const { return isConnected_; }
 
   // What it is told itself.
@@ -116,7 +119,9 @@ class CoreBluetoothPeripheral : public BluetoothPeripheral,
   std::weak_ptr<BluetoothPeripheralDelegate> delegate_;
   // Since this was told, until the end was.
   bool isConnected_ = false;
-  bool owesEnd_ = false;
+  // Of an attempt that was cancelled.
+  enum class OwedEnd : std::uint8_t { none, toTell, told };
+  OwedEnd owedEnd_ = OwedEnd::none;
   // Those of this connection that were seen.
   mutable std::vector<std::shared_ptr<CoreBluetoothService>> services_;
 };

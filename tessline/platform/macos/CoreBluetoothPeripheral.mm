@@ -92,18 +92,19 @@ void CoreBluetoothPeripheral::moveTo(CBPeripheral* object,
 
 void CoreBluetoothPeripheral::connected() {
   isConnected_ = true;
-  owesEnd_ = false;
+  owedEnd_ = OwedEnd::none;
 }
 
-bool CoreBluetoothPeripheral::ended() {
-  const bool isNews = isConnected_ || owesEnd_;
+bool CoreBluetoothPeripheral::takesOwedEnd() {
+  if (owedEnd_ != OwedEnd::toTell) return false;
   forget();
-  return isNews;
+  owedEnd_ = OwedEnd::told;
+  return true;
 }
 
 void CoreBluetoothPeripheral::forget() {
   isConnected_ = false;
-  owesEnd_ = false;
+  owedEnd_ = OwedEnd::none;
   services_.clear();
 }
 

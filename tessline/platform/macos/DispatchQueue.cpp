@@ -148,10 +148,20 @@ class DispatchTimer : public QueueTimer {
   Reference<dispatch_source_t> source_;
 };
 
+dispatch_queue_attr_t attributesOf(QualityOfService quality) {
+  switch (quality) {
+    case QualityOfService::unspecified:
+      break;
+    case QualityOfService::standard:
+      return dispatch_queue_attr_make_with_qos_class(DISPATCH_QUEUE_SERIAL, QOS_CLASS_DEFAULT, 0);
+  }
+  return DISPATCH_QUEUE_SERIAL;
+}
+
 class DispatchQueue : public SerialQueue {
  public:
-  explicit DispatchQueue(std::string_view label)
-      : queue_(dispatch_queue_create(std::string(label).c_str(), DISPATCH_QUEUE_SERIAL)) {
+  DispatchQueue(std::string_view label, QualityOfService quality)
+      : queue_(dispatch_queue_create(std::string(label).c_str(), attributesOf(quality))) {
     dispatch_queue_set_specific(queue_.get(), &identityKey, queue_.get(), nullptr);
   }
 
@@ -188,8 +198,8 @@ class DispatchQueue : public SerialQueue {
 
 }  // namespace
 
-std::shared_ptr<SerialQueue> makeDispatchQueue(std::string_view label) {
-  return std::make_shared<DispatchQueue>(label);
+std::shared_ptr<SerialQueue> makeDispatchQueue(std::string_view label, QualityOfService quality) {
+  return std::make_shared<DispatchQueue>(label, quality);
 }
 
 dispatch_queue_s* dispatchQueueOf(const SerialQueue& queue) {

@@ -14,7 +14,8 @@ struct dispatch_queue_s;
 namespace tessline::platform {
 
 /// A serial dispatch queue under that label.
-std::shared_ptr<SerialQueue> makeDispatchQueue(std::string_view label);
+std::shared_ptr<SerialQueue> makeDispatchQueue(
+    std::string_view label, QualityOfService quality = QualityOfService::unspecified);
 
 /// The system's queue behind one that was made above, for facilities that deliver on it. What they
 /// deliver there is a piece of the queue's work. Valid while `queue` lives; who keeps it longer

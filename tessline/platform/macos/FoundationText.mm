@@ -5,7 +5,8 @@ namespace tessline::platform {
 std::optional<std::string> textOf(NSString* text) {
   const char* const bytes = text.UTF8String;
   if (bytes == nullptr) return std::nullopt;
-  return bytes;
+  // Text may hold U+0000.
+  return std::string(bytes, [text lengthOfBytesUsingEncoding:NSUTF8StringEncoding]);
 }
 
 NSString* makeNSString(std::string_view text) {

@@ -14,6 +14,7 @@
 #include "tessline/platform/posix/PosixFileManager.h"
 
 #include <memory>
+#include <mutex>
 #include <string_view>
 #include <utility>
 
@@ -23,8 +24,9 @@ namespace {
 
 class MacPlatform : public Platform {
  public:
-  std::shared_ptr<SerialQueue> makeSerialQueue(std::string_view label) override {
-    return makeDispatchQueue(label);
+  std::shared_ptr<SerialQueue> makeSerialQueue(std::string_view label,
+                                               QualityOfService quality) override {
+    return makeDispatchQueue(label, quality);
   }
   std::shared_ptr<MainRunLoop> mainRunLoop() override { return mainRunLoop_; }
   std::shared_ptr<LogSink> logSink() override { return logSink_; }
@@ -38,7 +40,11 @@ class MacPlatform : public Platform {
     return openMultitouchSupport(path);
   }
   std::shared_ptr<Accessibility> accessibility() override { return accessibility_; }
-  std::shared_ptr<Screens> screens() override { return screens_; }
+  // Made when somebody wants them, as not every process has a window session to ask.
+  std::shared_ptr<Screens> screens() override {
+    std::call_once(screensAreMade_, [this] { screens_ = makeAppKitScreens(mainRunLoop_); });
+    return screens_;
+  }
   std::shared_ptr<PointerEvents> pointerEvents() override { return pointerEvents_; }
   std::shared_ptr<ChildProcesses> childProcesses() override { return childProcesses_; }
   std::shared_ptr<FileManager> fileManager() override { return fileManager_; }
@@ -49,7 +55,8 @@ class MacPlatform : public Platform {
   const std::shared_ptr<MainRunLoop> mainRunLoop_ = makeCoreFoundationRunLoop();
   const std::shared_ptr<LogSink> logSink_ = makeSystemLog();
   const std::shared_ptr<Accessibility> accessibility_ = makeAccessibilityElements();
-  const std::shared_ptr<Screens> screens_ = makeAppKitScreens(mainRunLoop_);
+  std::once_flag screensAreMade_;
+  std::shared_ptr<Screens> screens_;
   const std::shared_ptr<PointerEvents> pointerEvents_ = makeCoreGraphicsEvents();
   const std::shared_ptr<ChildProcesses> childProcesses_ = makePosixChildProcesses();
   const std::shared_ptr<FileManager> fileManager_ = makePosixFileManager();

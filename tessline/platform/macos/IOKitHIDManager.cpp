@@ -10,6 +10,8 @@
 #include <utility>
 
 #include <CoreFoundation/CoreFoundation.h>
+#include <IOKit/IOReturn.h>
+#include <IOKit/hid/IOHIDKeys.h>
 #include <IOKit/hid/IOHIDManager.h>
 
 namespace tessline::platform {
@@ -53,9 +55,9 @@ class IOKitHIDDevice : public HIDDevice {
   // What the system writes to where nobody wants it.
   static inline std::array<std::uint8_t, 1> sink = {};
 
-  static void received(void* context, IOReturn result, void*, IOHIDReportType,
-                       std::uint32_t reportID, std::uint8_t* report, CFIndex size) {
-    if (result != kIOReturnSuccess) return;
+  // What came is passed on, whatever the result says of it.
+  static void received(void* context, IOReturn, void*, IOHIDReportType, std::uint32_t reportID,
+                       std::uint8_t* report, CFIndex size) {
     // Held: the callee may unregister, or let go of the device.
     const auto callback = static_cast<IOKitHIDDevice*>(context)->callback_;
     if (callback && *callback) (*callback)(reportID, {report, static_cast<std::size_t>(size)});

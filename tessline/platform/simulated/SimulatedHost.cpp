@@ -72,7 +72,8 @@ std::shared_ptr<PointerEvents> SimulatedHost::pointerEvents() {
   return {desktop_, &desktop_->pointerEvents()};
 }
 
-std::shared_ptr<SerialQueue> SimulatedHost::makeSerialQueue(std::string_view label) {
+std::shared_ptr<SerialQueue> SimulatedHost::makeSerialQueue(std::string_view label,
+                                                            QualityOfService) {
   calls_->add("dispatch_queue_create", {{"label", std::string(label)}});
   return scheduler_->makeQueue(label);
 }

@@ -58,8 +58,9 @@ class AnsweringMachine : public PlatformDecorator {
  public:
   explicit AnsweringMachine(const std::shared_ptr<SimulatedHost>& host)
       : PlatformDecorator(host), host_(host) {}
-  std::shared_ptr<platform::SerialQueue> makeSerialQueue(std::string_view label) override {
-    return std::make_shared<EagerQueue>(*host_, host_->makeSerialQueue(label));
+  std::shared_ptr<platform::SerialQueue> makeSerialQueue(
+      std::string_view label, platform::QualityOfService quality) override {
+    return std::make_shared<EagerQueue>(*host_, host_->makeSerialQueue(label, quality));
   }
 
  private:

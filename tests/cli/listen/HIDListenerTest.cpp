@@ -191,11 +191,23 @@ TEST_F(HIDListener, TellsWhichPermissionIsNotDecided) {
   EXPECT_TRUE(found.hint.ends_with("> Input Monitoring; then try again")) << found.hint;
 }
 
-// What is denied may be needed by other devices alone.
-TEST_F(HIDListener, ListensDespiteADeniedPermissionWhereThatWorks) {
+// What is denied may be needed by other devices alone, or by a remote that is not there yet.
+TEST_F(HIDListener, ListensDespiteADeniedPermissionAndSaysSo) {
   host->allowed().inputMonitoring = PermissionState::denied;
   start();
   EXPECT_FALSE(isOver(*output));
+  EXPECT_EQ(shown(),
+            "    0.000 s  · Listening for connected Siri Remote HID devices\n"
+            "    0.000 s  ! Input Monitoring is denied: allow this program, or the terminal that "
+            "runs it, in System Settings > Privacy & Security > Input Monitoring\n");
+}
+
+TEST_F(HIDListener, TellsProgramsOfADeniedPermission) {
+  host->allowed().inputMonitoring = PermissionState::denied;
+  start({.format = OutputFormat::jsonl, .voiceFiles = {}});
+  const auto all = objects();
+  ASSERT_EQ(all.size(), 2U);
+  EXPECT_EQ(all[1].value("hint", "").find("Input Monitoring is denied: "), 0U);
 }
 
 }  // namespace

@@ -37,6 +37,10 @@ typedef dispatch_queue_attr_s* dispatch_queue_attr_t;
 typedef dispatch_source_s* dispatch_source_t;
 typedef const dispatch_source_type_s* dispatch_source_type_t;
 typedef uint64_t dispatch_time_t;
+typedef enum : unsigned {
+  QOS_CLASS_DEFAULT = 0x15,
+  QOS_CLASS_UNSPECIFIED = 0x00,
+} qos_class_t;
 typedef void (*dispatch_function_t)(void* context);
 
 extern "C" {
@@ -50,6 +54,9 @@ void dispatch_set_context(dispatch_object_t object, void* context);
 void dispatch_set_finalizer_f(dispatch_object_t object, dispatch_function_t finalizer);
 
 dispatch_queue_t dispatch_get_main_queue(void);
+dispatch_queue_attr_t dispatch_queue_attr_make_with_qos_class(dispatch_queue_attr_t attributes,
+                                                              qos_class_t qos_class,
+                                                              int relative_priority);
 dispatch_queue_t dispatch_queue_create(const char* label, dispatch_queue_attr_t attributes);
 const char* dispatch_queue_get_label(dispatch_queue_t queue);
 void dispatch_queue_set_specific(dispatch_queue_t queue, const void* key, void* context,
