@@ -34,7 +34,8 @@ class SimulatedHost : public Platform {
   /// Work that still waits is discarded.
   ~SimulatedHost() override;
 
-  std::shared_ptr<SerialQueue> makeSerialQueue(std::string_view label, QualityOfService) override;
+  std::shared_ptr<SerialQueue> makeSerialQueue(
+      std::string_view label, QualityOfService quality = QualityOfService::unspecified) override;
   std::shared_ptr<MainRunLoop> mainRunLoop() override { return mainRunLoop_; }
   std::shared_ptr<LogSink> logSink() override { return logSink_; }
   std::shared_ptr<HIDManager> makeHIDManager() override { return hid_->makeManager(); }
