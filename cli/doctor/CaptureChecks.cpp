@@ -107,8 +107,8 @@ class CaptureDoctor {
                      : "no runtime came with this application; " + std::string(ownCopy);
     }
     if (isRoot_) return "tessline install";
-    return "tessline install; the helper runs a tool from a user's own folder only where programs "
-           "are signed (else exit code 67), and there it is safer to " +
+    return "tessline install; the helper refuses a tool in a user's own folder (exit code 67): for "
+           "captures without being root, " +
            std::string(ownCopy);
   }
 
@@ -267,8 +267,7 @@ class CaptureDoctor {
               fmt::format("{}: the helper refuses such a tool with exit code {}{}", refusal->reason,
                           exitCode,
                           isUntrusted ? ", as only root may be able to change it along its whole "
-                                        "path (where programs are signed, its maker's valid "
-                                        "signature is enough)"
+                                        "path"
                                       : ""),
               remedy};
     }

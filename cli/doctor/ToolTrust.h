@@ -21,8 +21,8 @@ struct HelperRefusal {
 };
 
 /// The first reason that owners and modes show; none if they show none. The helper looks closer: at
-/// what symbolic links lead through, access lists and how file systems are mounted. Where the
-/// system signs programs, it may run an `untrusted` one that is signed.
+/// what symbolic links lead through, access lists and how file systems are mounted. A signature
+/// does not take the place of a trusted path.
 std::optional<HelperRefusal> helperRefusalOf(const std::string& tool, platform::FileManager& files);
 
 }  // namespace tessline::cli

@@ -1,9 +1,8 @@
 #include "cli/TextStyle.h"
 #include "cli/doctor/CheckReport.h"
 #include "tests/cli/support/Command.h"
-#include "tests/cli/support/EnvironmentVariable.h"
+#include "tests/support/EnvironmentVariable.h"
 #include "tests/support/Files.h"
-#include "tests/support/Needs.h"
 
 #include <filesystem>
 #include <map>
@@ -86,31 +85,6 @@ class DoctorCommand : public testing::Test {
   const EnvironmentVariable data{"XDG_DATA_HOME", std::nullopt};
   const EnvironmentVariable named{"PACKETLOGGER_PATH", std::nullopt};
 };
-
-TEST_F(DoctorCommand, FailsWithoutATool) {
-  const CommandResult result = runCommand({"doctor"});
-  EXPECT_EQ(result.exitCode, 1);
-  EXPECT_NE(result.output.find("✗ runtime"), std::string::npos) << result.output;
-  EXPECT_NE(result.output.find("✗ tool"), std::string::npos) << result.output;
-  EXPECT_EQ(result.errors, "");
-}
-
-TEST_F(DoctorCommand, SucceedsForRootWithATool) {
-  TESSLINE_NEEDS_ROOT();
-  const std::string tool = directory.file("packetlogger", "the tool");
-  std::filesystem::permissions(tool, std::filesystem::perms::owner_all);
-  const CommandResult result = runCommand({"doctor", "--tool", tool});
-  EXPECT_EQ(result.exitCode, 0) << result.output;
-  EXPECT_NE(result.output.find("\n0 missing"), std::string::npos) << result.output;
-}
-
-TEST_F(DoctorCommand, WritesJsonLines) {
-  const CommandResult result = runCommand({"doctor", "--format", "jsonl"});
-  EXPECT_EQ(result.exitCode, 1);
-  const auto states = statesIn(result.output);
-  EXPECT_EQ(states.at("runtime"), "missing");
-  EXPECT_EQ(states.at("tool"), "missing");
-}
 
 TEST_F(DoctorCommand, LooksAtDevicesToo) {
   const auto states = statesIn(runCommand({"doctor", "--format", "jsonl"}).output);

@@ -2,7 +2,7 @@
 #include "cli/install/StepWriter.h"
 #include "tests/capture/InstallationFixture.h"
 #include "tests/cli/support/Command.h"
-#include "tests/cli/support/EnvironmentVariable.h"
+#include "tests/support/EnvironmentVariable.h"
 
 #include <sstream>
 #include <string>
@@ -193,17 +193,6 @@ TEST_F(InstallCommand, WritesJsonLines) {
   ASSERT_GE(steps.size(), 3U);
   EXPECT_EQ(steps[0], "runtime installing");
   EXPECT_EQ(steps[1], "runtime failed");
-}
-
-TEST_F(InstallCommand, FindsTheRuntimeUnlessItIsForced) {
-  const auto folder = directory / "com.morvane" / "PacketLoggerHost";
-  fs::create_directories(folder / "Resources");
-  std::ofstream(folder / "Resources" / "packetlogger") << "the tool";
-  fs::permissions(folder / "Resources" / "packetlogger", fs::perms::owner_all);
-  std::ofstream(folder / ".install-version") << "1";
-  const std::string present = "✓ runtime  already there: " + folder.native() + "\n";
-  EXPECT_TRUE(runCommand({"install"}).output.starts_with(present));
-  EXPECT_NE(runCommand({"install", "--force"}).output.find("✗ runtime  failed"), std::string::npos);
 }
 
 TEST_F(InstallCommand, FailsAlsoWhenNobodyReads) {

@@ -50,21 +50,23 @@ std::optional<standin::bluetooth::Error> made(const std::optional<std::string>& 
 
 std::vector<BluetoothBackendChoice> bluetoothBackends() {
   using standin::bluetooth::CancelledAttempt;
-  const auto choice = [](const char* name, CancelledAttempt kind) {
-    return BluetoothBackendChoice{name,
-                                  [kind] { return std::make_unique<CoreBluetoothBackend>(kind); }};
+  const auto choice = [](const char* name, const BluetoothSystem& system) {
+    return BluetoothBackendChoice{
+        name, [system] { return std::make_unique<CoreBluetoothBackend>(system); }};
   };
-  return {choice("CoreBluetooth", CancelledAttempt::isTold),
-          choice("CoreBluetoothLateAboutCancels", CancelledAttempt::isToldLate),
-          choice("CoreBluetoothSilentAboutCancels", CancelledAttempt::isSilent)};
+  return {choice("CoreBluetooth", {}),
+          choice("CoreBluetoothLateAboutCancels", {CancelledAttempt::isToldLate}),
+          choice("CoreBluetoothSilentAboutCancels", {CancelledAttempt::isSilent}),
+          choice("CoreBluetoothKeepingItsObjects", {.keepsObjects = true})};
 }
 
-CoreBluetoothBackend::CoreBluetoothBackend(standin::bluetooth::CancelledAttempt cancelledAttempt)
+CoreBluetoothBackend::CoreBluetoothBackend(const BluetoothSystem& system)
     : objectsBefore_(standin::objc::liveObjects()),
       queuesBefore_(standin::dispatch::liveObjects()),
       platform_(std::make_shared<QueuesAndBluetooth>()) {
   standin::bluetooth::reset();
-  standin::bluetooth::setCancelledAttempt(cancelledAttempt);
+  standin::bluetooth::setCancelledAttempt(system.cancelledAttempt);
+  standin::bluetooth::setKeepsObjects(system.keepsObjects);
 }
 
 CoreBluetoothBackend::~CoreBluetoothBackend() {

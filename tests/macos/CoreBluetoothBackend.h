@@ -16,11 +16,17 @@
 
 namespace tessline::test {
 
+/// What differs from one version of the system to the next.
+struct BluetoothSystem {
+  standin::bluetooth::CancelledAttempt cancelledAttempt =
+      standin::bluetooth::CancelledAttempt::isTold;
+  bool keepsObjects = false;
+};
+
 /// Expects at its end that nothing is left of what was made meanwhile.
 class CoreBluetoothBackend : public BluetoothBackend {
  public:
-  explicit CoreBluetoothBackend(standin::bluetooth::CancelledAttempt cancelledAttempt =
-                                    standin::bluetooth::CancelledAttempt::isTold);
+  explicit CoreBluetoothBackend(const BluetoothSystem& system = {});
   CoreBluetoothBackend(const CoreBluetoothBackend&) = delete;
   CoreBluetoothBackend& operator=(const CoreBluetoothBackend&) = delete;
   ~CoreBluetoothBackend() override;

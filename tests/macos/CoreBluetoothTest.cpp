@@ -181,6 +181,34 @@ TEST_P(CoreBluetoothTest, NotificationWithAnErrorLeavesTheValue) {
   EXPECT_EQ(ask([&] { return text(level->value()); }), "01");
 }
 
+TEST_P(CoreBluetoothTest, AttemptThatFailsAsItIsCancelledHasEndedByThat) {
+  const std::size_t made = makeFound(lamp);
+  bluetooth::setCancelledAttempt(bluetooth::CancelledAttempt::isAFailure);
+  backend->setReachable(made, false);
+  connect("lamp");
+  cancel("lamp");
+  expectNotes({"failed lamp: It was cancelled."});
+}
+
+TEST_P(CoreBluetoothTest, AttemptThatTheSystemEndsIsToldAsAnEnd) {
+  const std::size_t made = makeFound(lamp);
+  backend->setReachable(made, false);
+  connect("lamp");
+  bluetooth::endAttempt(made, bluetooth::Error{"CBErrorDomain", 0, "It is off."});
+  expectNotes({"ended lamp: It is off."});
+  backend->setReachable(made, true);
+  connect("lamp");
+  expectNotes({"connected lamp"});
+}
+
+TEST_P(CoreBluetoothTest, ServicesThatTheSystemKeepsAreOfferedNoMore) {
+  const std::size_t made = makeConnected(lamp);
+  discoverAll("lamp", lamp);
+  bluetooth::drop(made, std::nullopt);
+  expectNotes({"ended lamp"});
+  EXPECT_EQ(services("lamp").size(), 0U);
+}
+
 TEST_P(CoreBluetoothTest, NothingOfAnEarlierConnectionReachesTheSystem) {
   const std::size_t made = makeConnected(lamp);
   discoverAll("lamp", lamp);
@@ -210,6 +238,17 @@ TEST_P(CoreBluetoothTest, EndOfTheCentralAsksNothingOfASystemThatIsOff) {
   expectNotes({"state"});
   central.reset();
   EXPECT_EQ(takeCalls(), Calls{"connection 0 ended with its manager"});
+}
+
+TEST_P(CoreBluetoothTest, NothingReachesTheSystemOnceTheCentralIsGone) {
+  makeConnectedAndForgetCalls();
+  perform([&] {
+    central.reset();
+    const auto& peripheral = journal->found.at("lamp");
+    EXPECT_EQ(peripheral->state(), platform::BluetoothPeripheralState::disconnected);
+    peripheral->discoverServices(uuids({"180F"}));
+  });
+  EXPECT_EQ(takeCalls(), (Calls{"stopScan", "cancelPeripheralConnection 0"}));
 }
 
 TEST_P(CoreBluetoothTest, EndOfThePeripheralEndsTheAttemptUnasked) {

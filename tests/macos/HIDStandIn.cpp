@@ -3,7 +3,15 @@
 #include <utility>
 #include <variant>
 
+#include <IOKit/hidsystem/IOHIDLib.h>
+#include <standin/permissions.h>
+
 namespace tessline::test {
+
+HIDStandIn::HIDStandIn() {
+  standin::permissions::setListenAccess(kIOHIDAccessTypeGranted);
+  standin::takeHIDCalls();
+}
 
 HIDStandIn::~HIDStandIn() {
   platform_.reset();

@@ -29,11 +29,11 @@ class HIDPlatform : public PlatformDecorator {
   const std::shared_ptr<platform::MainRunLoop> loop_ = platform::makeCoreFoundationRunLoop();
 };
 
-/// The stand-in without interfaces, and the adapters over it. Expects that whoever used it has
-/// released all objects.
+/// The stand-in without interfaces and with permission to listen, and the adapters over it. Expects
+/// that whoever used it has released all objects.
 class HIDStandIn : public HIDBackend {
  public:
-  HIDStandIn() { standin::takeHIDCalls(); }
+  HIDStandIn();
   HIDStandIn(const HIDStandIn&) = delete;
   HIDStandIn& operator=(const HIDStandIn&) = delete;
   ~HIDStandIn() override;

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -91,6 +92,13 @@ TEST_F(MacEnvironmentTest, ResourcesAreThoseOfTheirBundle) {
   EXPECT_EQ(environment->resource(Bundle::library, "tool", ""), std::nullopt);
   EXPECT_EQ(environment->resource(Bundle::library, "data", "bin"), ofLibrary);
   EXPECT_EQ(environment->resource(Bundle::main, "data", "bin"), std::nullopt);
+}
+
+TEST_F(MacEnvironmentTest, NameOfAResourceEndsWhereItEnds) {
+  const std::string tool = touch("app/tool");
+  touch("app/toolbox");
+  constexpr std::string_view name = "toolbox";
+  EXPECT_EQ(environment->resource(Bundle::main, name.substr(0, 4), ""), tool);
 }
 
 TEST_F(MacEnvironmentTest, ResourceWithoutAnExtensionHasNoType) {

@@ -52,6 +52,7 @@ struct HIDBackendChoice {
 
 /// The backends that this program's tests run on.
 std::vector<HIDBackendChoice> hidBackends();
+std::string hidBackendName(const testing::TestParamInfo<HIDBackendChoice>& info);
 
 using FoundHIDDevice = std::shared_ptr<platform::HIDDevice>;
 using HIDNotes = std::vector<std::string>;

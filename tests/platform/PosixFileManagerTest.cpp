@@ -114,11 +114,6 @@ TEST_P(PosixFileManager, LongestNameCanBeWritten) {
   expectNotWritten(ENAMETOOLONG, path + "n");
 }
 
-TEST_P(PosixFileManager, ReadsFilesThatDoNotKnowTheirSize) {
-  TESSLINE_NEEDS_PROC();
-  EXPECT_TRUE(contentOf("/proc/self/stat").starts_with(std::to_string(::getpid())));
-}
-
 TEST_P(PosixFileManager, DescriptorsAreClosed) {
   const auto countOfDescriptors = [] {
     return std::distance(fs::directory_iterator("/dev/fd"), fs::directory_iterator());

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -158,6 +159,8 @@ class CFTable : public CFObject {
   const Entries entries;
 };
 
+/// None for bytes that are no UTF-8.
+std::optional<std::u16string> utf16(std::string_view bytes);
 /// The text of a string that is whole.
 std::string utf8(CFStringRef string, std::string_view function);
 

@@ -12,6 +12,7 @@
 
 using standin::bluetooth::Advertisement;
 using standin::bluetooth::CancelledAttempt;
+using standin::bluetooth::dictionaryOf;
 using standin::bluetooth::Error;
 using standin::bluetooth::fail;
 using standin::bluetooth::made;
@@ -20,50 +21,11 @@ using standin::bluetooth::PeripheralPlan;
 using standin::bluetooth::planOf;
 using standin::bluetooth::radio;
 
-NSString* const CBAdvertisementDataLocalNameKey = @"kCBAdvDataLocalName";
-NSString* const CBAdvertisementDataServiceUUIDsKey = @"kCBAdvDataServiceUUIDs";
 NSString* const CBCentralManagerScanOptionAllowDuplicatesKey = @"kCBScanOptionAllowDuplicates";
 
 namespace {
 
 using Lock = std::lock_guard<std::recursive_mutex>;
-
-id objectOf(const std::string& text) {
-  return made(text);
-}
-
-id objectOf(const standin::bluetooth::UUIDs& uuids) {
-  NSMutableArray<CBUUID*>* all = [[NSMutableArray alloc] init];
-  for (const std::string& text : uuids.texts) {
-    [all addObject:[CBUUID UUIDWithString:made(text)]];
-  }
-  return all;
-}
-
-id objectOf(const standin::bluetooth::Texts& texts) {
-  NSMutableArray<NSString*>* all = [[NSMutableArray alloc] init];
-  for (const std::string& text : texts.texts) [all addObject:made(text)];
-  return all;
-}
-
-id objectOf(long number) {
-  return [NSNumber numberWithLong:number];
-}
-
-id objectOf(const std::vector<std::uint8_t>& bytes) {
-  return [NSData dataWithBytes:bytes.data() length:bytes.size()];
-}
-
-NSDictionary<NSString*, id>* dictionaryOf(const Advertisement& advertisement) {
-  std::vector<NSString*> keys;
-  std::vector<id> values;
-  for (const auto& [key, advertised] : advertisement) {
-    keys.push_back(made(key));
-    values.push_back(
-        std::visit([](const auto& value) -> id { return objectOf(value); }, advertised));
-  }
-  return [NSDictionary dictionaryWithObjects:values.data() forKeys:keys.data() count:keys.size()];
-}
 
 // An unfinished piece of work, and whose it is.
 struct Piece {
@@ -292,6 +254,13 @@ bool offersAnyOf(const PeripheralPlan& plan, NSArray<CBUUID*>* wanted) {
   if (!isAttempt && peripheral.state != CBPeripheralStateConnected) return;
   [peripheral become:CBPeripheralStateDisconnecting];
   __weak CBPeripheral* weak = peripheral;
+  if (isAttempt && kind == CancelledAttempt::isAFailure) {
+    return [self post:[weak](CBCentralManager* manager) {
+      if (CBPeripheral* failed = weak) {
+        [manager fail:failed error:Error{"CBErrorDomain", 5, "It was cancelled."}];
+      }
+    }];
+  }
   const auto end = [weak, link = peripheral.linkNumber](CBCentralManager* manager) {
     [manager end:weak link:link error:std::nullopt];
   };
@@ -325,11 +294,14 @@ bool offersAnyOf(const PeripheralPlan& plan, NSArray<CBUUID*>* wanted) {
     }
     return;
   }
+  [self fail:peripheral error:plan.connectError];
+}
+
+- (void)fail:(CBPeripheral*)peripheral error:(const std::optional<Error>&)error {
   [peripheral endConnection];
+  id<CBCentralManagerDelegate> delegate = self.delegate;
   if ([delegate respondsToSelector:@selector(centralManager:didFailToConnectPeripheral:error:)]) {
-    [delegate centralManager:self
-        didFailToConnectPeripheral:peripheral
-                             error:made(plan.connectError)];
+    [delegate centralManager:self didFailToConnectPeripheral:peripheral error:made(error)];
   }
 }
 
@@ -348,6 +320,13 @@ bool offersAnyOf(const PeripheralPlan& plan, NSArray<CBUUID*>* wanted) {
       [delegate centralManager:manager didConnectPeripheral:wanted];
     }
   }];
+}
+
+- (void)endAttempt:(std::size_t)number error:(const std::optional<Error>&)error {
+  const auto known = peripherals_.find(number);
+  CBPeripheral* peripheral = known == peripherals_.end() ? nil : known->second.peripheral;
+  if (peripheral == nil || peripheral.state != CBPeripheralStateConnecting) return;
+  [self end:peripheral link:peripheral.linkNumber error:error];
 }
 
 - (void)end:(CBPeripheral*)peripheral

@@ -1,6 +1,7 @@
-// A peripheral as one manager sees it, and what it offers in one connection.
-#include "CoreBluetoothRadio.h"
+// A peripheral as one manager sees it.
+#include "CoreBluetoothAttributes.h"
 
+#include <algorithm>
 #include <atomic>
 #include <utility>
 
@@ -11,88 +12,12 @@ using standin::bluetooth::fail;
 using standin::bluetooth::Link;
 using standin::bluetooth::made;
 using standin::bluetooth::note;
+using standin::bluetooth::PeripheralPlan;
 using standin::bluetooth::Place;
 using standin::bluetooth::planOf;
 using standin::bluetooth::radio;
 
 using Lock = std::lock_guard<std::recursive_mutex>;
-
-@interface CBAttribute ()
-- (instancetype)initWithUUIDText:(const std::string&)text;
-@end
-
-@implementation CBAttribute {
-  CBUUID* uuid_;
-}
-
-- (instancetype)initWithUUIDText:(const std::string&)text {
-  if ((self = [super init]) == nil) return nil;
-  uuid_ = [CBUUID UUIDWithString:made(text)];
-  return self;
-}
-
-- (CBUUID*)UUID {
-  return uuid_;
-}
-
-@end
-
-@interface CBCharacteristic () {
- @public
-  standin::bluetooth::CharacteristicPlan plan_;
-  Place place_;
-  NSData* value_;
-  BOOL isDiscovered_;
-  BOOL isNotifying_;
-  __weak CBService* service_;
-}
-@end
-
-@implementation CBCharacteristic
-
-- (CBService*)service {
-  return service_;
-}
-
-- (CBCharacteristicProperties)properties {
-  return plan_.properties;
-}
-
-- (NSData*)value {
-  return value_;
-}
-
-- (BOOL)isNotifying {
-  return isNotifying_;
-}
-
-@end
-
-@interface CBService () {
- @public
-  std::vector<CBCharacteristic*> all_;
-  std::optional<Error> error_;
-  BOOL isDiscovered_;
-  __weak CBPeripheral* peripheral_;
-}
-@end
-
-@implementation CBService
-
-- (CBPeripheral*)peripheral {
-  return peripheral_;
-}
-
-// None before the first were looked for.
-- (NSArray<CBCharacteristic*>*)characteristics {
-  NSMutableArray<CBCharacteristic*>* found = [[NSMutableArray alloc] init];
-  for (CBCharacteristic* each : all_) {
-    if (each->isDiscovered_) [found addObject:each];
-  }
-  return found.count == 0 ? nil : found;
-}
-
-@end
 
 @interface CBPeer ()
 - (instancetype)initPeer;
@@ -111,6 +36,11 @@ using Lock = std::lock_guard<std::recursive_mutex>;
 @end
 
 namespace {
+
+bool keepsObjects() {
+  const Lock lock(radio().mutex);
+  return radio().keepsObjects;
+}
 
 BOOL isWanted(CBAttribute* attribute, NSArray<CBUUID*>* uuids) {
   if (uuids == nil) return YES;
@@ -222,27 +152,48 @@ std::string textOf(NSData* data) {
   const auto plan = planOf(number_);
   state_ = CBPeripheralStateConnected;
   self.isWantedAgain = NO;
+  if (!keepsObjects() || ![self hasObjectsOf:plan]) [self makeObjectsOf:plan];
+  for (std::size_t index = 0; index < all_.size(); ++index) {
+    CBService* service = all_[index];
+    service->error_ = plan.services[index].error;
+    for (std::size_t each = 0; each < service->all_.size(); ++each) {
+      service->all_[each]->plan_ = plan.services[index].characteristics[each];
+      service->all_[each]->isNotifying_ = NO;
+    }
+  }
+  [self changeLink:true];
+}
+
+- (void)makeObjectsOf:(const PeripheralPlan&)plan {
   all_.clear();
   for (const auto& offered : plan.services) {
     CBService* service = [[CBService alloc] initWithUUIDText:offered.uuid];
-    service->error_ = offered.error;
     service->peripheral_ = self;
     for (const auto& each : offered.characteristics) {
       CBCharacteristic* characteristic = [[CBCharacteristic alloc] initWithUUIDText:each.uuid];
-      characteristic->plan_ = each;
       characteristic->place_ = {all_.size(), service->all_.size()};
       characteristic->service_ = service;
       service->all_.push_back(characteristic);
     }
     all_.push_back(service);
   }
-  [self changeLink:true];
 }
 
+// Whether they are those of what it offers.
+- (BOOL)hasObjectsOf:(const PeripheralPlan&)plan {
+  const auto isOf = [](CBAttribute* attribute, const auto& offered) {
+    return [attribute.UUID isEqual:[CBUUID UUIDWithString:made(offered.uuid)]] != NO;
+  };
+  return std::ranges::equal(all_, plan.services, [&](CBService* service, const auto& offered) {
+    return isOf(service, offered) &&
+           std::ranges::equal(service->all_, offered.characteristics, isOf);
+  });
+}
+
+// The services stay until the next connection, though nothing can be asked of them.
 - (void)endConnection {
   state_ = CBPeripheralStateDisconnected;
   self.isWantedAgain = NO;
-  all_.clear();
   [self changeLink:false];
 }
 
@@ -371,7 +322,7 @@ std::string textOf(NSData* data) {
               error:(const std::optional<Error>&)error {
   if (place.first >= all_.size() || place.second >= all_[place.first]->all_.size()) return;
   CBCharacteristic* characteristic = all_[place.first]->all_[place.second];
-  if (!error && value) {
+  if (value) {
     characteristic->value_ = [NSData dataWithBytes:value->data() length:value->size()];
   }
   id<CBPeripheralDelegate> delegate = self.delegate;

@@ -50,6 +50,7 @@ struct Radio {
   CBManagerState state = CBManagerStatePoweredOn;
   CBManagerAuthorization authorization = CBManagerAuthorizationAllowedAlways;
   CancelledAttempt cancelledAttempt = CancelledAttempt::isTold;
+  bool keepsObjects = false;
   std::vector<Remote> remotes;
   std::vector<WeakManager> managers;
   std::size_t managerCount = 0;
@@ -63,6 +64,7 @@ PeripheralPlan planOf(std::size_t peripheral);
 /// Null for none.
 NSError* made(const std::optional<Error>& error);
 NSString* made(const std::string& text);
+NSDictionary<NSString*, id>* dictionaryOf(const Advertisement& advertisement);
 
 }  // namespace standin::bluetooth
 
@@ -75,6 +77,7 @@ NSString* made(const std::string& text);
     advertisement:(const standin::bluetooth::Advertisement&)advertisement
              rssi:(long)rssi;
 - (void)retry:(std::size_t)number;
+- (void)endAttempt:(std::size_t)number error:(const std::optional<standin::bluetooth::Error>&)error;
 - (void)end:(CBPeripheral*)peripheral
        link:(std::uint64_t)number
       error:(const std::optional<standin::bluetooth::Error>&)error;

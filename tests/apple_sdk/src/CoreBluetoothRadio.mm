@@ -89,6 +89,7 @@ void reset() {
   radio().state = CBManagerStatePoweredOn;
   radio().authorization = CBManagerAuthorizationAllowedAlways;
   radio().cancelledAttempt = CancelledAttempt::isTold;
+  radio().keepsObjects = false;
   radio().remotes.clear();
   radio().managers.clear();
   radio().calls.clear();
@@ -97,6 +98,11 @@ void reset() {
 void setCancelledAttempt(CancelledAttempt kind) {
   const Lock lock(radio().mutex);
   radio().cancelledAttempt = kind;
+}
+
+void setKeepsObjects(bool keeps) {
+  const Lock lock(radio().mutex);
+  radio().keepsObjects = keeps;
 }
 
 void setAuthorization(long authorization) {
@@ -152,6 +158,16 @@ void drop(std::size_t peripheral, std::optional<Error> error) {
           post:[each = each.link, number = each.number, error](CBCentralManager* manager) {
             [manager end:each->peripheral link:number error:error];
           }];
+    }
+  }
+}
+
+void endAttempt(std::size_t peripheral, std::optional<Error> error) {
+  @autoreleasepool {
+    for (CBCentralManager* each : managers()) {
+      [each post:[peripheral, error](CBCentralManager* manager) {
+        [manager endAttempt:peripheral error:error];
+      }];
     }
   }
 }

@@ -1,4 +1,6 @@
 // What the user has said about input devices.
+#include "Permissions.h"
+
 #include "CallLog.h"
 
 #include <atomic>
@@ -21,6 +23,10 @@ CallLog& log() {
 
 void setListenAccess(std::uint32_t access) {
   listenAccess = access;
+}
+
+bool mayListen() {
+  return listenAccess == kIOHIDAccessTypeGranted;
 }
 
 std::vector<std::string> calls() {

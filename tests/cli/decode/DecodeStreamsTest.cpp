@@ -68,17 +68,6 @@ TEST(DecodeStreams, ClosedOutputEndsQuietly) {
   EXPECT_EQ(result.errors, "");
 }
 
-TEST(DecodeStreams, FullDiskIsAnErrorWithTheSystemsReason) {
-  const TemporaryDirectory directory;
-  std::filesystem::create_symlink("/dev/full", directory.path() / "voice-001.opus");
-  const CommandResult result = runCommand({"decode", "--voice", directory.path().native()},
-                                          "RECV 40 20 09 00 05 00 04 00 1b 23 00 00 10\n");
-  EXPECT_EQ(result.exitCode, 1);
-  EXPECT_EQ(result.errors, "tessline: could not write " +
-                               (directory.path() / "voice-001.opus").native() +
-                               ": No space left on device\n");
-}
-
 class InterruptedDecode : public testing::TestWithParam<int> {};
 
 TEST_P(InterruptedDecode, LeavesWholeVoiceFilesAndEndsByTheSignal) {

@@ -199,7 +199,9 @@ TEST_F(Listen, EndsByItselfWhenTheStartFails) {
 }
 
 TEST_F(Listen, EndsWhenItsOutputFails) {
-  output = std::make_shared<cli::LiveOutput>(cli::Output::file("/dev/full"), cli::LiveOptions());
+  onceItListens([&] {
+    output->write([](cli::LiveWriter&) { throw cli::InputOutputError("could not write"); });
+  });
   auto listener = cli::makeHIDListener(machine, output, std::nullopt);
   EXPECT_THROW(listen(*listener), cli::InputOutputError);
   listener.reset();

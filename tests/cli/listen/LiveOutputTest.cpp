@@ -17,10 +17,6 @@ class LiveOutput : public ListenerTest {
   static void note(cli::LiveOutput& output, const std::string& text) {
     output.write([&](LiveWriter& writer) { writer.note("·", text); });
   }
-  // One that nothing can be written to.
-  static std::shared_ptr<cli::LiveOutput> makeFullOutput(const cli::LiveOptions& options = {}) {
-    return std::make_shared<cli::LiveOutput>(cli::Output::file("/dev/full"), options);
-  }
 };
 
 TEST_F(LiveOutput, WritesUntilItIsOver) {
@@ -57,27 +53,6 @@ TEST_F(LiveOutput, BreaksOffTheVoiceSessionThatIsOpen) {
             "    0.000 s  ● voice session started\n"
             "    0.000 s  ■ voice session 1 broke off: 0.02 s of sound  voice-001.opus\n");
   EXPECT_TRUE(readText(directory / "voice" / "voice-001.wav").starts_with("RIFF"));
-}
-
-TEST_F(LiveOutput, IsOverWhenItCannotBeWritten) {
-  const auto output = makeFullOutput();
-  note(*output, "lost");
-  EXPECT_TRUE(isOver(*output));
-  // What comes behind is not the reason.
-  output->end({});
-  EXPECT_THROW(output->finish(), cli::InputOutputError);
-}
-
-TEST_F(LiveOutput, CompletesVoiceFilesThoughItCannotBeWritten) {
-  constexpr std::size_t pageFlags = 5;
-  constexpr char endOfStream = 4;
-  const auto output =
-      makeFullOutput({.format = cli::OutputFormat::jsonl,
-                      .voiceFiles = cli::VoiceFileOptions{directory / "voice", false}});
-  output->events(oneFrame);
-  EXPECT_THROW(output->finish(), cli::InputOutputError);
-  const std::string ogg = readText(directory / "voice" / "voice-001.opus");
-  EXPECT_EQ(ogg.at(ogg.rfind("OggS") + pageFlags) & endOfStream, endOfStream);
 }
 
 TEST_F(LiveOutput, RefusesADirectoryThatCannotBeMade) {

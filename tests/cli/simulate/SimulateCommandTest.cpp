@@ -132,7 +132,7 @@ TEST_F(SimulateCommand, RefusesWhatItCannotDo) {
 TEST(PacketLoggerTool, EndsWellWhenItsOutputIsClosed) {
   ASSERT_NE(std::signal(SIGPIPE, SIG_IGN), SIG_ERR);
   std::array<int, 2> ends{};
-  ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
+  ASSERT_EQ(::pipe(ends.data()), 0);
   ::close(ends[0]);
   const StandardOutputTo redirection(ends[1]);
   ::close(ends[1]);

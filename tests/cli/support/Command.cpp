@@ -9,9 +9,11 @@
 #include <poll.h>
 #include <spawn.h>
 #include <sys/ioctl.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+// Not every system declares it.
+extern char** environ;  // NOLINT(readability-redundant-declaration)
 
 namespace tessline::test {
 
@@ -27,7 +29,8 @@ struct Pipe {
 
   Pipe() {
     std::array<int, 2> ends = {};
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0) fail(errno, "pipe");
+    if (::pipe(ends.data()) != 0) fail(errno, "pipe");
+    for (const int end : ends) ::fcntl(end, F_SETFD, FD_CLOEXEC);
     reader = ends[0];
     writer = ends[1];
   }
@@ -61,6 +64,9 @@ Command::Command(const Arguments& arguments, const std::filesystem::path& execut
   const Pipe input;
   const Pipe output;
   const Pipe errors;
+  // What the command starts closes all but its standard streams: the command alone has this end.
+  const Pipe life;
+  ::fcntl(life.writer, F_SETFD, 0);
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_adddup2(&actions, input.reader, STDIN_FILENO);
@@ -69,16 +75,17 @@ Command::Command(const Arguments& arguments, const std::filesystem::path& execut
   const int error =
       ::posix_spawn(&process_, path.c_str(), &actions, nullptr, pointers.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
-  for (const int end : {input.reader, output.writer, errors.writer}) ::close(end);
+  for (const int end : {input.reader, output.writer, errors.writer, life.writer}) ::close(end);
   if (error != 0) fail(error, path.c_str());
   input_ = input.writer;
   ::fcntl(input_, F_SETFL, O_NONBLOCK);
   output_ = output.reader;
   errors_ = errors.reader;
+  life_ = life.reader;
 }
 
 Command::~Command() {
-  for (int* end : {&input_, &output_, &errors_}) closeEnd(*end);
+  for (int* end : {&input_, &output_, &errors_, &life_}) closeEnd(*end);
   if (process_ > 0) {
     ::kill(process_, SIGKILL);
     ::waitpid(process_, nullptr, 0);
@@ -130,12 +137,10 @@ void Command::send(int signalNumber) {
 }
 
 bool Command::endsWithin(std::chrono::milliseconds time) {
-  pollfd process = {static_cast<int>(::syscall(SYS_pidfd_open, process_, 0)), POLLIN, 0};
-  if (process.fd < 0) fail(errno, "pidfd_open");
+  pollfd life = {life_, POLLIN, 0};
   int ready = 0;
-  while ((ready = ::poll(&process, 1, static_cast<int>(time.count()))) < 0 && errno == EINTR) {
+  while ((ready = ::poll(&life, 1, static_cast<int>(time.count()))) < 0 && errno == EINTR) {
   }
-  ::close(process.fd);
   return ready == 1;
 }
 

@@ -53,6 +53,7 @@ class Command {
   int input_ = -1;
   int output_ = -1;
   int errors_ = -1;
+  int life_ = -1;  // Nothing comes from it but its end, which is the process's.
   CommandResult result_;
 };
 

@@ -137,13 +137,5 @@ TEST_F(OggOpusFile, SaysWhyItCannotBeWritten) {
             "could not create " + directory_.path().native() + ": Is a directory");
 }
 
-#ifdef __linux__
-TEST_F(OggOpusFile, SaysThatTheDiskIsFull) {
-  std::filesystem::create_symlink("/dev/full", path());
-  EXPECT_EQ(inputOutputError([&] { OggOpusWriter(path(), serialNumber); }),
-            "could not write " + path().native() + ": No space left on device");
-}
-#endif
-
 }  // namespace
 }  // namespace tessline::cli

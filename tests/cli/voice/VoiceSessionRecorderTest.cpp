@@ -383,17 +383,5 @@ TEST_F(VoiceSessionFiles, SayThatTheirDirectoryIsGone) {
             "could not create " + file("voice-001.opus").native() + ": No such file or directory");
 }
 
-#ifdef __linux__
-TEST_F(VoiceSessionFiles, SayThatTheDiskIsFull) {
-  for (const char* const name : {"voice-001.opus", "voice-001.wav"}) {
-    writeFiles(true);
-    std::filesystem::create_symlink("/dev/full", file(name));
-    EXPECT_EQ(inputOutputError([&] { feed({started}); }),
-              "could not write " + file(name).native() + ": No space left on device");
-    std::filesystem::remove(file(name));
-  }
-}
-#endif
-
 }  // namespace
 }  // namespace tessline::cli

@@ -322,13 +322,5 @@ TEST_F(WavFile, SaysWhyAFileCannotBeWritten) {
             "could not create " + nowhere.native() + ": No such file or directory");
 }
 
-#ifdef __linux__
-TEST_F(WavFile, SaysThatTheDiskIsFull) {
-  std::filesystem::create_symlink("/dev/full", path());
-  EXPECT_EQ(inputOutputError([&] { WavWriter{path()}; }),
-            "could not write " + path().native() + ": No space left on device");
-}
-#endif
-
 }  // namespace
 }  // namespace tessline::cli

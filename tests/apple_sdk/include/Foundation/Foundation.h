@@ -35,7 +35,12 @@
 #define nil nullptr
 #define Nil nullptr
 
-typedef bool BOOL;  // As on the 64-bit ARM.
+// As on the 64-bit ARM. The system's own for Intel processors is older than the language's.
+#if defined(__MACH__) && defined(__x86_64__)
+typedef signed char BOOL;
+#else
+typedef bool BOOL;
+#endif
 typedef long NSInteger;
 typedef unsigned long NSUInteger;
 typedef struct _NSZone NSZone;

@@ -64,6 +64,7 @@ enum class CancelledAttempt {
   isTold,      ///< As the end of a connection.
   isToldLate,  ///< The same, after other work.
   isSilent,    ///< Not at all.
+  isAFailure,  ///< As an attempt that failed.
 };
 
 // All of these from any thread. What they do comes to managers on their queues.
@@ -71,6 +72,9 @@ enum class CancelledAttempt {
 /// On, without peripherals and calls. No manager may be left.
 void reset();
 void setCancelledAttempt(CancelledAttempt kind);
+/// Whether what a peripheral offers is the same objects in each of its connections, and stays
+/// listed from one to the next; otherwise only until the next begins.
+void setKeepsObjects(bool keeps);
 /// A number of CBManagerState, or a later one.
 void setState(long state);
 /// A number of CBManagerAuthorization, or a later one.
@@ -82,7 +86,9 @@ void change(std::size_t peripheral, const std::function<void(PeripheralPlan&)>& 
 void advertise(std::size_t peripheral, const Advertisement& advertisement, long rssi);
 /// Breaks its connections.
 void drop(std::size_t peripheral, std::optional<Error> error);
-/// A new value, told to whom has asked; with an error, none.
+/// Ends attempts to connect to it, which nobody has cancelled, as the end of a connection.
+void endAttempt(std::size_t peripheral, std::optional<Error> error);
+/// A new value, told to whom has asked; with an error, one that does not count.
 void notify(std::size_t peripheral, Place place, std::vector<std::uint8_t> value,
             std::optional<Error> error = std::nullopt);
 /// What was written in the connections that stand, in order.

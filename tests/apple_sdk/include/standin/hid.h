@@ -31,8 +31,11 @@ void sendHIDReport(const std::shared_ptr<HIDInterface>& hardware, std::uint32_t 
 
 /// Whether managers can be made from now on.
 void setHIDManagersCanBeCreated(bool can);
-/// What opening any device yields from now on.
+/// What opening a device yields from now on: any device, and one, which goes by its own result.
+/// What people type and point with may not be opened without the permission to listen, whatever is
+/// said here.
 void setHIDOpenResult(IOReturn result);
+void setHIDOpenResult(const std::shared_ptr<HIDInterface>& hardware, IOReturn result);
 /// Whether managers tell their devices from now on.
 void setHIDDevicesCanBeCopied(bool can);
 

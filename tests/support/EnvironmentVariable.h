@@ -1,5 +1,5 @@
 /// @file
-/// The environment that commands are run with.
+/// The environment of this process and of what it starts.
 #pragma once
 
 #include <cstdlib>
