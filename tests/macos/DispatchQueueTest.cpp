@@ -68,6 +68,12 @@ TEST_F(DispatchQueue, IsASystemQueueUnderItsLabel) {
   EXPECT_EQ(backend.liveObjects(), 0U);
 }
 
+TEST_F(DispatchQueue, IsOfTheQualityThatIsAskedFor) {
+  EXPECT_EQ(standin::qualityOf(platform::dispatchQueueOf(*queue)), QOS_CLASS_UNSPECIFIED);
+  queue = platform::makeDispatchQueue("com.example.other", platform::QualityOfService::standard);
+  EXPECT_EQ(standin::qualityOf(platform::dispatchQueueOf(*queue)), QOS_CLASS_DEFAULT);
+}
+
 TEST_F(DispatchQueue, HandsOverWorkOnce) {
   takeCalls();
   queue->async(note(1));

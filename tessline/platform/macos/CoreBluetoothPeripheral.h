@@ -51,6 +51,8 @@ class CoreBluetoothService : public BluetoothService {
   CBService* const& object() const { return object_; }
   /// Null for one that nobody has seen.
   std::shared_ptr<CoreBluetoothCharacteristic> seen(CBCharacteristic* object) const;
+  /// Its characteristics are those of this connection; the system may have kept earlier ones.
+  void characteristicsDiscovered() { hasCharacteristics_ = true; }
 
   const BluetoothUUID& uuid() const override { return uuid_; }
   std::vector<std::shared_ptr<BluetoothCharacteristic>> characteristics() const override;
@@ -58,6 +60,7 @@ class CoreBluetoothService : public BluetoothService {
  private:
   CBService* const object_;
   const BluetoothUUID uuid_;
+  bool hasCharacteristics_ = false;
   mutable std::vector<std::shared_ptr<CoreBluetoothCharacteristic>> seen_;
 };
 
@@ -119,6 +122,8 @@ class CoreBluetoothPeripheral : public BluetoothPeripheral,
   std::weak_ptr<BluetoothPeripheralDelegate> delegate_;
   // Since this was told, until the end was.
   bool isConnected_ = false;
+  // Whether those that the system has are of this connection.
+  bool hasServices_ = false;
   // Of an attempt that was cancelled.
   enum class OwedEnd : std::uint8_t { none, toTell, told };
   OwedEnd owedEnd_ = OwedEnd::none;

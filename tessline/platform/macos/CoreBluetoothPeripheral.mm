@@ -68,6 +68,7 @@ std::shared_ptr<CoreBluetoothCharacteristic> CoreBluetoothService::seen(
 std::vector<std::shared_ptr<BluetoothCharacteristic>> CoreBluetoothService::characteristics()
     const {
   std::vector<std::shared_ptr<BluetoothCharacteristic>> all;
+  if (!hasCharacteristics_) return all;
   @autoreleasepool {
     for (CBCharacteristic* each in object_.characteristics) {
       auto characteristic = seen(each);
@@ -104,11 +105,13 @@ bool CoreBluetoothPeripheral::takesOwedEnd() {
 
 void CoreBluetoothPeripheral::forget() {
   isConnected_ = false;
+  hasServices_ = false;
   owedEnd_ = OwedEnd::none;
   services_.clear();
 }
 
 void CoreBluetoothPeripheral::servicesDiscovered(NSError* error) {
+  if (error == nil) hasServices_ = true;
   const auto delegate = delegate_.lock();
   if (!delegate) return;
   const auto reason = errorOf(error);
@@ -117,6 +120,7 @@ void CoreBluetoothPeripheral::servicesDiscovered(NSError* error) {
 
 void CoreBluetoothPeripheral::characteristicsDiscovered(CBService* service, NSError* error) {
   const auto asked = this->service(service);
+  if (error == nil) asked->characteristicsDiscovered();
   const auto delegate = delegate_.lock();
   if (!delegate) return;
   const auto reason = errorOf(error);
@@ -155,7 +159,7 @@ BluetoothPeripheralState CoreBluetoothPeripheral::state() const {
 
 std::vector<std::shared_ptr<BluetoothService>> CoreBluetoothPeripheral::services() const {
   std::vector<std::shared_ptr<BluetoothService>> all;
-  if (!isConnected_) return all;
+  if (!isConnected_ || !hasServices_) return all;
   @autoreleasepool {
     for (CBService* each in usable().services) all.push_back(service(each));
   }

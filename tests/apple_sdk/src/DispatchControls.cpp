@@ -54,6 +54,11 @@ bool isCurrent(dispatch_queue_t queue) {
   return queue != nullptr && World::current() == objectOf(queue);
 }
 
+qos_class_t qualityOf(dispatch_queue_t queue) {
+  const Lock lock = World::shared().lock();
+  return queueOf(__func__, queue).quality;
+}
+
 bool runMainQueue() {
   Lock lock = World::shared().lock();
   return World::shared().runMainQueue(lock);

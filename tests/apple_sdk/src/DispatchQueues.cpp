@@ -5,6 +5,16 @@
 
 using namespace standin::dispatch;
 
+namespace {
+
+// What stands for the attributes of a serial queue of that class: a place that is nothing else's.
+dispatch_queue_attr_t standardQuality() {
+  static char place = 0;
+  return reinterpret_cast<dispatch_queue_attr_t>(&place);
+}
+
+}  // namespace
+
 extern "C" {
 
 void dispatch_retain(dispatch_object_t object) {
@@ -50,10 +60,23 @@ dispatch_queue_t dispatch_get_main_queue() {
   return handleOf<dispatch_queue_t>(&World::shared().mainQueue());
 }
 
+// Lives for good, as the system's do.
+dispatch_queue_attr_t dispatch_queue_attr_make_with_qos_class(dispatch_queue_attr_t attributes,
+                                                              qos_class_t qos_class,
+                                                              int relative_priority) {
+  if (attributes != DISPATCH_QUEUE_SERIAL) fail(__func__, "not a serial queue");
+  if (qos_class != QOS_CLASS_DEFAULT || relative_priority != 0) {
+    fail(__func__, "a class that nobody needs yet");
+  }
+  return standardQuality();
+}
+
 dispatch_queue_t dispatch_queue_create(const char* label, dispatch_queue_attr_t attributes) {
   const Lock lock = World::shared().lock();
-  if (attributes != DISPATCH_QUEUE_SERIAL) fail(__func__, "not a serial queue");
+  const bool isStandard = attributes == standardQuality();
+  if (!isStandard && attributes != DISPATCH_QUEUE_SERIAL) fail(__func__, "not a serial queue");
   Queue* const queue = World::shared().makeQueue(label);
+  if (isStandard) queue->quality = QOS_CLASS_DEFAULT;
   note(__func__, queue->name);
   return handleOf<dispatch_queue_t>(queue);
 }

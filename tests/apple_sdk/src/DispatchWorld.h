@@ -53,6 +53,7 @@ struct Queue : Object {
   std::deque<Piece> pieces;
   bool isRunning = false;
   bool isImmortal = false;
+  qos_class_t quality = QOS_CLASS_UNSPECIFIED;
   std::map<const void*, Specific> specifics;
 };
 

@@ -31,6 +31,8 @@ void waitUntilIdle();
 void drain(dispatch_queue_t queue);
 /// Whether the caller is a piece of this queue's work.
 bool isCurrent(dispatch_queue_t queue);
+/// What the queue was made with.
+qos_class_t qualityOf(dispatch_queue_t queue);
 
 /// Runs what the main queue has by now, on the calling thread; false if it had nothing.
 bool runMainQueue();
