@@ -302,17 +302,5 @@ TEST_F(DispatchQueueThreads, TimersMayBeCancelledByAnyThreadWhileTheyFire) {
   EXPECT_EQ(started, startedByThen);
 }
 
-TEST_F(DispatchQueueThreads, TwoQueuesRunAtTheSameTime) {
-  const auto second = platform::makeDispatchQueue("second");
-  std::promise<void> secondRuns;
-  std::promise<void> done;
-  queue->async([&] {
-    secondRuns.get_future().wait();
-    done.set_value();
-  });
-  second->async([&] { secondRuns.set_value(); });
-  EXPECT_EQ(done.get_future().wait_for(std::chrono::seconds(20)), std::future_status::ready);
-}
-
 }  // namespace
 }  // namespace tessline::test

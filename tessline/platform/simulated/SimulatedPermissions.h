@@ -19,9 +19,12 @@ class SimulatedPermissions : public Permissions {
 
   PermissionState state(Permission permission) override {
     switch (permission) {
-      case Permission::inputMonitoring: return inputMonitoring;
-      case Permission::bluetooth: return bluetooth;
-      case Permission::accessibility: break;
+      case Permission::inputMonitoring:
+        return inputMonitoring;
+      case Permission::bluetooth:
+        return bluetooth;
+      case Permission::accessibility:
+        break;
     }
     return desktop_->accessibility().isProcessTrusted() ? PermissionState::granted
                                                         : PermissionState::denied;

@@ -2,10 +2,27 @@
 #include "FoundationString.h"
 
 #include <algorithm>
+#include <span>
 #include <utility>
 #include <vector>
 
 using standin::foundation::fail;
+
+namespace {
+
+// The next ones, in pieces as large as the buffer, as no user may count on all at once.
+template <class Elements, class ToObject>
+NSUInteger enumerate(const Elements& elements, ToObject toObject, NSFastEnumerationState& state,
+                     std::span<id __unsafe_unretained> buffer) {
+  state.itemsPtr = buffer.data();
+  NSUInteger given = 0;
+  while (given < buffer.size() && state.state < elements.size()) {
+    buffer[given++] = toObject(elements[state.state++]);
+  }
+  return given;
+}
+
+}  // namespace
 
 @interface NSArray () {
  @public
@@ -49,14 +66,8 @@ using standin::foundation::fail;
 - (NSUInteger)countByEnumeratingWithState:(NSFastEnumerationState*)state
                                   objects:(id __unsafe_unretained[])buffer
                                     count:(NSUInteger)length {
-  // In pieces as large as the buffer, as no user may count on all at once.
   state->mutationsPtr = &changes_;
-  state->itemsPtr = buffer;
-  NSUInteger given = 0;
-  while (given < length && state->state < objects_.size()) {
-    buffer[given++] = objects_[state->state++];
-  }
-  return given;
+  return enumerate(objects_, [](id object) { return object; }, *state, {buffer, length});
 }
 
 - (BOOL)isEqual:(id)object {
@@ -126,12 +137,8 @@ using standin::foundation::fail;
                                   objects:(id __unsafe_unretained[])buffer
                                     count:(NSUInteger)length {
   state->mutationsPtr = &changes_;
-  state->itemsPtr = buffer;
-  NSUInteger given = 0;
-  while (given < length && state->state < entries_.size()) {
-    buffer[given++] = entries_[state->state++].first;
-  }
-  return given;
+  return enumerate(entries_, [](const auto& entry) { return entry.first; }, *state,
+                   {buffer, length});
 }
 
 - (id)copyWithZone:(NSZone*)zone {

@@ -2,10 +2,9 @@
 /// Stand-in for the system's header: values, collections, and what surrounds the process.
 #pragma once
 
+#include <CoreGraphics/CGGeometry.h>
 #include <stddef.h>
 #include <stdint.h>
-
-#include <CoreGraphics/CGGeometry.h>
 
 #ifdef __cplusplus
 #define FOUNDATION_EXPORT extern "C"
