@@ -48,16 +48,16 @@ std::optional<standin::bluetooth::Error> made(const std::optional<std::string>& 
 
 }  // namespace
 
+BluetoothBackendChoice coreBluetooth(const std::string& name, const BluetoothSystem& system) {
+  return {name, [system] { return std::make_unique<CoreBluetoothBackend>(system); }};
+}
+
 std::vector<BluetoothBackendChoice> bluetoothBackends() {
   using standin::bluetooth::CancelledAttempt;
-  const auto choice = [](const char* name, const BluetoothSystem& system) {
-    return BluetoothBackendChoice{
-        name, [system] { return std::make_unique<CoreBluetoothBackend>(system); }};
-  };
-  return {choice("CoreBluetooth", {}),
-          choice("CoreBluetoothLateAboutCancels", {CancelledAttempt::isToldLate}),
-          choice("CoreBluetoothSilentAboutCancels", {CancelledAttempt::isSilent}),
-          choice("CoreBluetoothKeepingItsObjects", {.keepsObjects = true})};
+  return {coreBluetooth("CoreBluetooth"),
+          coreBluetooth("CoreBluetoothLateAboutCancels", {CancelledAttempt::isToldLate}),
+          coreBluetooth("CoreBluetoothSilentAboutCancels", {CancelledAttempt::isSilent}),
+          coreBluetooth("CoreBluetoothKeepingItsObjects", {.keepsObjects = true})};
 }
 
 CoreBluetoothBackend::CoreBluetoothBackend(const BluetoothSystem& system)

@@ -59,4 +59,7 @@ class CoreBluetoothBackend : public BluetoothBackend {
   std::shared_ptr<platform::Platform> platform_;
 };
 
+/// That system by that name.
+BluetoothBackendChoice coreBluetooth(const std::string& name, const BluetoothSystem& system = {});
+
 }  // namespace tessline::test

@@ -9,6 +9,7 @@
 
 #include <standin/corebluetooth.h>
 #include <standin/dispatch.h>
+#include <standin/objc.h>
 
 namespace tessline::test {
 namespace {
@@ -214,16 +215,37 @@ TEST_P(CoreBluetoothTest, NothingOfAnEarlierConnectionReachesTheSystem) {
   discoverAll("lamp", lamp);
   const auto battery = services("lamp").at(0);
   const auto level = characteristic("lamp", {0, 0});
+  const auto expectNothing = [&] {
+    takeCalls();
+    perform([&] {
+      const auto& peripheral = journal->found.at("lamp");
+      peripheral->discoverCharacteristics(uuids({"2A19"}), battery);
+      peripheral->readValue(level);
+      peripheral->writeValue({}, level, BluetoothWriteType::withResponse);
+      peripheral->setNotifyValue(true, level);
+    });
+    EXPECT_EQ(takeCalls(), Calls());
+  };
   reconnect(made, "lamp");
-  takeCalls();
-  perform([&] {
-    const auto& peripheral = journal->found.at("lamp");
-    peripheral->discoverCharacteristics(uuids({"2A19"}), battery);
-    peripheral->readValue(level);
-    peripheral->writeValue({}, level, BluetoothWriteType::withResponse);
-    peripheral->setNotifyValue(true, level);
-  });
-  EXPECT_EQ(takeCalls(), Calls());
+  expectNothing();
+  // Those of the system may be the same as before.
+  discoverAll("lamp", lamp);
+  EXPECT_NE(characteristic("lamp", {0, 0}), level);
+  expectNothing();
+}
+
+// The stand-in itself, of which nothing shows what it keeps.
+TEST_P(CoreBluetoothTest, SystemThatKeepsItsObjectsMakesNoOthers) {
+  const std::size_t made = makeConnected(lamp);
+  discoverAll("lamp", lamp);
+  const auto held = services("lamp");
+  for (const bool keeps : {true, false}) {
+    bluetooth::setKeepsObjects(keeps);
+    const long before = standin::objc::liveObjects();
+    reconnect(made, "lamp");
+    backend->settle();
+    EXPECT_EQ(standin::objc::liveObjects() == before, keeps);
+  }
 }
 
 TEST_P(CoreBluetoothTest, EndOfTheCentralEndsItsScanAndConnections) {
@@ -285,9 +307,9 @@ TEST_P(CoreBluetoothTest, EndOnAnotherThreadMeetsWhatIsBeingTold) {
 }
 
 INSTANTIATE_TEST_SUITE_P(On, CoreBluetoothTest,
-                         testing::Values(BluetoothBackendChoice{
-                             "CoreBluetooth",
-                             [] { return std::make_unique<CoreBluetoothBackend>(); }}),
+                         testing::Values(coreBluetooth("CoreBluetooth"),
+                                         coreBluetooth("CoreBluetoothKeepingItsObjects",
+                                                       {.keepsObjects = true})),
                          backendName);
 
 }  // namespace

@@ -100,8 +100,8 @@ TEST_F(HIDOpeningTest, OneThatRefusesIsTheResultForAll) {
 }
 
 TEST_F(HIDOpeningTest, ReportsOfThoseThatDidOpenEndWithTheSchedule) {
-  const Hardware open = connect();
   const Hardware refused = connectRefused();
+  const Hardware open = connect();
   make();
   manager->open();
   report(refused);
