@@ -60,6 +60,7 @@ Check hidCheck(platform::Platform& platform) {
     return {name, CheckState::note, "this host gives none; tessline listen hid needs them"};
   }
   std::vector<platform::HIDMatching> matching;
+  matching.reserve(ConnectedRemoteHIDDevice::knownSiriRemoteProductIDs.size());
   for (const std::int64_t product : ConnectedRemoteHIDDevice::knownSiriRemoteProductIDs) {
     matching.push_back({ConnectedRemoteHIDDevice::appleVendorID, product});
   }

@@ -84,8 +84,8 @@ class BluetoothListener : public Listener {
 }  // namespace
 
 std::unique_ptr<Listener> makeBluetoothListener(const std::shared_ptr<platform::Platform>& platform,
-                                                std::shared_ptr<LiveOutput> output) {
-  return std::make_unique<BluetoothListener>(platform, std::move(output));
+                                                const std::shared_ptr<LiveOutput>& output) {
+  return std::make_unique<BluetoothListener>(platform, output);
 }
 
 }  // namespace tessline::cli

@@ -53,11 +53,10 @@ class CaptureListener : public Listener {
 }  // namespace
 
 std::unique_ptr<Listener> makeCaptureListener(const std::shared_ptr<platform::Platform>& platform,
-                                              std::shared_ptr<LiveOutput> output,
+                                              const std::shared_ptr<LiveOutput>& output,
                                               std::optional<std::string> tool,
                                               std::optional<std::string> address) {
-  return std::make_unique<CaptureListener>(platform, std::move(output), std::move(tool),
-                                           std::move(address));
+  return std::make_unique<CaptureListener>(platform, output, std::move(tool), std::move(address));
 }
 
 }  // namespace tessline::cli

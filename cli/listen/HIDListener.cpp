@@ -23,9 +23,9 @@ std::string described(const ConnectedRemoteHIDDevice& device) {
 class HIDListener : public Listener {
  public:
   HIDListener(const std::shared_ptr<platform::Platform>& platform,
-              std::shared_ptr<LiveOutput> output, std::optional<std::string> namePrefix)
+              const std::shared_ptr<LiveOutput>& output, std::optional<std::string> namePrefix)
       : platform_(platform),
-        output_(std::move(output)),
+        output_(output),
         service_(ConnectedRemoteHIDService::create(std::move(namePrefix), platform)) {
     service_->onSnapshotChanged = [this](const ConnectedRemoteHIDSnapshot& snapshot) {
       output_->write([&](LiveWriter& writer) { show(snapshot, writer); });
@@ -73,9 +73,9 @@ class HIDListener : public Listener {
 }  // namespace
 
 std::unique_ptr<Listener> makeHIDListener(const std::shared_ptr<platform::Platform>& platform,
-                                          std::shared_ptr<LiveOutput> output,
+                                          const std::shared_ptr<LiveOutput>& output,
                                           std::optional<std::string> namePrefix) {
-  return std::make_unique<HIDListener>(platform, std::move(output), std::move(namePrefix));
+  return std::make_unique<HIDListener>(platform, output, std::move(namePrefix));
 }
 
 }  // namespace tessline::cli

@@ -27,19 +27,19 @@ class Listener {
 /// Hears live captures: with the tool at `tool`, or the one that is found, showing `address`, or
 /// the one that is detected.
 std::unique_ptr<Listener> makeCaptureListener(const std::shared_ptr<platform::Platform>& platform,
-                                              std::shared_ptr<LiveOutput> output,
+                                              const std::shared_ptr<LiveOutput>& output,
                                               std::optional<std::string> tool,
                                               std::optional<std::string> address);
 
 /// Hears the HID interfaces of a connected remote; accepts those whose product name begins with
 /// `namePrefix`, too.
 std::unique_ptr<Listener> makeHIDListener(const std::shared_ptr<platform::Platform>& platform,
-                                          std::shared_ptr<LiveOutput> output,
+                                          const std::shared_ptr<LiveOutput>& output,
                                           std::optional<std::string> namePrefix);
 
 /// Finds remotes by Bluetooth LE, connects to them and hears them.
 std::unique_ptr<Listener> makeBluetoothListener(const std::shared_ptr<platform::Platform>& platform,
-                                                std::shared_ptr<LiveOutput> output);
+                                                const std::shared_ptr<LiveOutput>& output);
 
 /// Runs the main run loop, with the listener on it, until the output is over, and finishes that. A
 /// signal stops the listener. The next one ends the process even if that leads nowhere, because a

@@ -244,8 +244,8 @@ MultitouchFunction SystemLibrary::symbol(std::string_view name) {
     return wrapped<RegisterFunction>(
         "MTRegisterContactFrameCallbackWithRefcon", [this](auto* function) {
           return RegisterCallbackFunction(
-              [this, function](MultitouchDevice& device, ContactFrameCallback callback) {
-                registerCallback(function, surfaceOf(device), std::move(callback));
+              [this, function](MultitouchDevice& device, const ContactFrameCallback& callback) {
+                registerCallback(function, surfaceOf(device), callback);
               });
         });
   }
