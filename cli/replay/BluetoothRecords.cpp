@@ -74,12 +74,7 @@ std::vector<SimulatedServicePlan> services(const json& list) {
 }
 
 void change(SimulatedPeripheralPlan& plan, const json& members) {
-  if (members.contains("name")) plan.name = members["name"];
-  if (members.contains("services")) plan.services = services(members["services"]);
-  plan.isReachable = members.value("isReachable", plan.isReachable);
-  plan.isConnectedToSystem = members.value("isConnectedToSystem", plan.isConnectedToSystem);
-  if (members.contains("connectError")) plan.connectError = error(members, "connectError");
-  if (members.contains("servicesError")) plan.servicesError = error(members, "servicesError");
+  changePeripheral(plan, members, services, error);
 }
 
 void publish(Replay& replay, const BluetoothRemoteDiscoverySnapshot& snapshot) {
@@ -146,13 +141,13 @@ void disconnect(Replay& replay, const json&) {
 
 void configureHost(Replay& replay, const json& members) {
   const std::string name = members["state"];
-  const auto* const found = std::ranges::find(states, name);
-  if (found == states.end()) {
+  const auto state = bluetoothState(name);
+  if (!state) {
     throw RecordingError(
         fmt::format("there is no state \"{}\"; expected one of {}", name, fmt::join(states, " ")));
   }
   replay.observe(BluetoothHostChanged{});
-  replay.host()->bluetooth().setState(static_cast<BluetoothState>(found - states.begin()));
+  replay.host()->bluetooth().setState(*state);
 }
 
 void peripheralAppeared(Replay& replay, const json& members) {
@@ -259,6 +254,12 @@ std::optional<std::uint32_t> bluetoothProperty(std::string_view name) {
       std::ranges::find(properties, name, &std::pair<std::string_view, std::uint32_t>::first);
   if (found == properties.end()) return std::nullopt;
   return found->second;
+}
+
+std::optional<BluetoothState> bluetoothState(std::string_view name) {
+  const auto* const found = std::ranges::find(states, name);
+  if (found == states.end()) return std::nullopt;
+  return static_cast<BluetoothState>(found - states.begin());
 }
 
 std::span<const RecordType> bluetoothRecordTypes() {

@@ -166,6 +166,19 @@ class Replay {
 
 /// The bit of a characteristic's property of that name, for example "notify"; none of any other.
 std::optional<std::uint32_t> bluetoothProperty(std::string_view name);
+/// The state of Bluetooth of that name; "other" is none that is known. None of any other name.
+std::optional<platform::BluetoothState> bluetoothState(std::string_view name);
+/// Changes the plan of a peripheral as the members say that there are: one of the simulated host's,
+/// or another with the same fields. `services` and `error` make what these hold.
+template <class Plan, class Services, class Error>
+void changePeripheral(Plan& plan, const nlohmann::json& members, Services services, Error error) {
+  if (members.contains("name")) plan.name = members["name"];
+  if (members.contains("services")) plan.services = services(members["services"]);
+  plan.isReachable = members.value("isReachable", plan.isReachable);
+  plan.isConnectedToSystem = members.value("isConnectedToSystem", plan.isConnectedToSystem);
+  if (members.contains("connectError")) plan.connectError = error(members, "connectError");
+  if (members.contains("servicesError")) plan.servicesError = error(members, "servicesError");
+}
 /// The bytes of a member that holds them; it has been checked before.
 std::vector<std::uint8_t> memberBytes(const nlohmann::json& value);
 /// Gives the button events of a transport to the gesture controller, if there is one, as an

@@ -48,21 +48,7 @@ std::vector<ServicePlan> services(const json& list) {
 }
 
 void change(PeripheralPlan& plan, const json& members) {
-  if (members.contains("name")) plan.name = members["name"];
-  if (members.contains("services")) plan.services = services(members["services"]);
-  plan.isReachable = members.value("isReachable", plan.isReachable);
-  plan.isConnectedToSystem = members.value("isConnectedToSystem", plan.isConnectedToSystem);
-  if (members.contains("connectError")) plan.connectError = error(members, "connectError");
-  if (members.contains("servicesError")) plan.servicesError = error(members, "servicesError");
-}
-
-long stateCalled(std::string_view name) {
-  // At the numbers of the states; the last is none of them.
-  constexpr std::array<std::string_view, 7> states = {
-      "unknown", "resetting", "unsupported", "unauthorized", "poweredOff", "poweredOn", "other"};
-  const auto* const found = std::ranges::find(states, name);
-  EXPECT_NE(found, states.end()) << name;
-  return found - states.begin();
+  cli::changePeripheral(plan, members, services, error);
 }
 
 standin::bluetooth::Advertisement advertisement(const json& members) {
@@ -165,7 +151,8 @@ void BluetoothPlayer::apply(const cli::Record& record) {
   } else if (type == "bluetooth.disconnect") {
     service_->disconnect();
   } else if (type == "bluetooth.host") {
-    standin::bluetooth::setState(stateCalled(members["state"].get<std::string>()));
+    standin::bluetooth::setState(
+        static_cast<long>(cli::bluetoothState(members["state"].get<std::string>()).value()));
   } else if (type == "bluetooth.peripheralAppeared") {
     PeripheralPlan plan;
     plan.identifier = members["identifier"];

@@ -1,6 +1,7 @@
 #include "tests/platform/ChildProcessContract.h"
 
 #include "tests/support/Files.h"
+#include "tests/support/HostWaiting.h"
 
 #include <cerrno>
 #include <chrono>
@@ -120,16 +121,7 @@ std::shared_ptr<platform::ChildProcesses> HostProcessBackend::processes() {
 }
 
 bool HostProcessBackend::waitUntil(const std::function<bool()>& isDone) {
-  // Each look follows a piece of work of a queue, so that nobody sleeps.
-  const auto queue = platform::hostPlatform()->makeSerialQueue("waiting");
-  const auto end = queue->now() + std::chrono::seconds(60);
-  while (!isDone()) {
-    if (queue->now() > end) return false;
-    std::promise<void> passed;
-    queue->asyncAfter(std::chrono::microseconds(200), [&] { passed.set_value(); });
-    passed.get_future().wait();
-  }
-  return true;
+  return waitOnHost(isDone, std::chrono::seconds(60));
 }
 
 Program shell(const std::string& script) {

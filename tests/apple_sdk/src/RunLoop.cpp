@@ -120,8 +120,9 @@ bool performSources(Loop& loop, const std::string& mode, bool onlyOne,
   return !done.empty();
 }
 
-void sleep(Loop& loop, const std::string& mode, std::chrono::steady_clock::time_point end,
-           std::unique_lock<std::mutex>& lock) {
+// By whoever signals a source or stops the loop, or by the end of its time.
+void waitUntilWoken(Loop& loop, const std::string& mode, std::chrono::steady_clock::time_point end,
+                    std::unique_lock<std::mutex>& lock) {
   // Longer than any test leaves the loop alone.
   constexpr auto patience = std::chrono::seconds(10);
   const auto isWanted = [&] { return loop.isWoken || loop.isStopped; };
@@ -153,7 +154,7 @@ CFRunLoopRunResult runIn(Loop& loop, const std::string& mode,
     if (std::exchange(loop.isStopped, false)) return kCFRunLoopRunStopped;
     if (hasHandled && returnAfterSource) return kCFRunLoopRunHandledSource;
     if (std::chrono::steady_clock::now() >= end) return kCFRunLoopRunTimedOut;
-    if (!hasHandled) sleep(loop, mode, end, lock);
+    if (!hasHandled) waitUntilWoken(loop, mode, end, lock);
   }
 }
 

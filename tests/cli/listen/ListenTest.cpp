@@ -131,6 +131,17 @@ TEST_F(Listen, ShowsWhatHappensMeanwhile) {
   EXPECT_LT(text.find("▼ home pressed"), text.find("· Scan stopped")) << text;
 }
 
+// Runs what `makeListener` makes, in a process that it may end.
+template <class MakeListener>
+ListenEnd listenAlone(MakeListener makeListener) {
+  const auto host = platform::simulated::SimulatedHost::create();
+  WaitingRunLoop loop(*host);
+  cli::Interrupt interrupt;
+  cli::LiveOutput output(cli::Output::standard(), {});
+  auto listener = makeListener(output);
+  return cli::listen(listener, output, loop, interrupt);
+}
+
 // One that hangs in something that only somebody else can end.
 class StubbornListener : public cli::Listener {
  public:
@@ -151,16 +162,8 @@ class StubbornListener : public cli::Listener {
 
 TEST(ListenDeathTest, SecondSignalEndsWhatDoesNotStop) {
   testing::GTEST_FLAG(death_test_style) = "threadsafe";
-  EXPECT_EXIT(
-      {
-        const auto host = platform::simulated::SimulatedHost::create();
-        WaitingRunLoop loop(*host);
-        cli::Interrupt interrupt;
-        cli::LiveOutput output(cli::Output::standard(), {});
-        StubbornListener listener(SIGTERM);
-        cli::listen(listener, output, loop, interrupt);
-      },
-      testing::KilledBySignal(SIGTERM), "");
+  EXPECT_EXIT(listenAlone([](auto&) { return StubbornListener(SIGTERM); }),
+              testing::KilledBySignal(SIGTERM), "");
 }
 
 // One that is over some time after it was asked.
@@ -179,16 +182,10 @@ class SlowListener : public cli::Listener {
 
 TEST(ListenDeathTest, OneSignalLeavesTimeForASlowEnd) {
   testing::GTEST_FLAG(death_test_style) = "threadsafe";
-  EXPECT_EXIT(
-      {
-        const auto host = platform::simulated::SimulatedHost::create();
-        WaitingRunLoop loop(*host);
-        cli::Interrupt interrupt;
-        cli::LiveOutput output(cli::Output::standard(), {});
-        SlowListener listener(output);
-        std::_Exit(cli::listen(listener, output, loop, interrupt) == ListenEnd() ? 0 : 1);
-      },
-      testing::ExitedWithCode(0), "");
+  const auto listen = [] {
+    return listenAlone([](cli::LiveOutput& output) { return SlowListener(output); });
+  };
+  EXPECT_EXIT(std::_Exit(listen() == ListenEnd() ? 0 : 1), testing::ExitedWithCode(0), "");
 }
 
 TEST_F(Listen, EndsByItselfWhenTheStartFails) {
