@@ -117,9 +117,14 @@ class SnapshotsAreTrue : public Invariant {
     return std::ranges::find(ids, id) != ids.end();
   }
 
-  // Which connected last, as long as it stays so. The service forgets earlier ones.
+  // Which connected last, as long as it stays so. The service forgets earlier ones. A recording may
+  // give one identifier to two peripherals: when one of them drops, the service may have had
+  // either.
   void followConnections(const std::vector<UUID>& connected) {
-    if (lastConnected_ && !holds(connected, *lastConnected_)) lastConnected_.reset();
+    if (lastConnected_ && std::ranges::count(connected, *lastConnected_) <
+                              std::ranges::count(connected_, *lastConnected_)) {
+      lastConnected_.reset();
+    }
     for (const UUID& id : connected) {
       if (!holds(connected_, id)) lastConnected_ = id;
     }

@@ -163,6 +163,15 @@ TEST(SnapshotsAreTrue, ConnectionThatIsMadeAgainIsTheLast) {
             otherIsPassedOver);
 }
 
+TEST(SnapshotsAreTrue, OfTwoWithOneIdentifierEitherMayBeTheOneThatHasEnded) {
+  EXPECT_EQ(textsOnConnections({publishing(otherID, {otherID, otherID}), publishing({}, {otherID}),
+                                publishing(otherID, {otherID})}),
+            Texts{});
+  EXPECT_EQ(
+      textsOnConnections({publishing(otherID, {otherID}), publishing({}, {otherID, otherID})}),
+      otherIsPassedOver);
+}
+
 TEST(SnapshotsAreTrue, FollowsTheConnectionsOfEachServiceApart) {
   EXPECT_EQ(textsOnConnections(
                 {publishing(remoteID, {remoteID}), cli::BluetoothCreated{}, publishing({}, {})}),
