@@ -2,8 +2,10 @@
 # reaches a user's build.
 add_library(tessline_warnings INTERFACE)
 target_compile_options(tessline_warnings INTERFACE
-  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wcast-align
+  -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wold-style-cast -Wcast-align
   -Wnon-virtual-dtor -Woverloaded-virtual -Wimplicit-fallthrough -Wswitch
+  # What is local to one file hides nothing of another's that is compiled with it.
+  $<$<NOT:$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>>:-Wshadow>
   $<$<BOOL:${TESSLINE_WARNINGS_AS_ERRORS}>:-Werror>
   # GCC 12 takes "text" + std::string() for an overlapping copy.
   $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond -Wlogical-op -Wno-restrict>

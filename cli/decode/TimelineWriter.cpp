@@ -1,3 +1,4 @@
+#include "cli/Counting.h"
 #include "cli/TextStyle.h"
 #include "cli/decode/EventWriter.h"
 
@@ -9,18 +10,6 @@
 namespace tessline::cli {
 
 namespace {
-
-// "12,345".
-std::string number(std::uint64_t count) {
-  std::string digits = std::to_string(count);
-  for (std::size_t at = digits.size(); at > 3; at -= 3) digits.insert(at - 3, 1, ',');
-  return digits;
-}
-
-// "1 frame", "2 frames", "12,345 frames".
-std::string counted(std::uint64_t count, std::string_view noun) {
-  return fmt::format("{} {}{}", number(count), noun, count == 1 ? "" : "s");
-}
 
 std::string soundFigure(const VoiceSessionRecord& record) {
   return fmt::format("{:.2f} s, {}", record.seconds(), counted(record.frameCount, "frame"));
@@ -34,22 +23,22 @@ void printTotals(Output& output, const TextStyle& style, const DecodeTotals& tot
   std::string skipped;
   const auto skip = [&](std::uint64_t count, std::string_view reason) {
     if (count == 0) return;
-    skipped += fmt::format("{}{} {}", skipped.empty() ? "" : ", ", number(count), reason);
+    skipped += fmt::format("{}{} {}", skipped.empty() ? "" : ", ", grouped(count), reason);
   };
   skip(counts.notReceived, "not received");
   skip(counts.otherRemote, "of other remotes");
   skip(counts.withoutPayload, "without bytes");
   skip(counts.empty, "empty");
   skip(totals.input.overlongLines, "too long");
-  row("lines", number(counts.lines));
-  row("packets", number(counts.packets));
+  row("lines", grouped(counts.lines));
+  row("packets", grouped(counts.packets));
   row("skipped", skipped.empty() ? "nothing" : skipped);
 
   std::string presses;
   for (std::size_t index = 0; index < remoteCommandCount; ++index) {
     if (totals.presses[index] == 0) continue;
     presses += fmt::format("{}{} {}", presses.empty() ? "" : ", ", remoteCommandNames[index],
-                           number(totals.presses[index]));
+                           grouped(totals.presses[index]));
   }
   row("presses", presses.empty() ? "none" : presses);
 

@@ -1,5 +1,7 @@
 #include "cli/demo/DemoWriter.h"
 
+#include "cli/Counting.h"
+
 #include <chrono>
 #include <cstddef>
 #include <cstdlib>
@@ -15,10 +17,6 @@ constexpr std::array<std::string_view, 4> sourceNames = {"bluetooth", "hid", "ca
 
 std::string text(Point point) {
   return fmt::format("{:.0f}, {:.0f}", point.x, point.y);
-}
-
-std::string counted(std::uint64_t count, std::string_view noun, std::string_view plural = "s") {
-  return fmt::format("{} {}{}", count, noun, count == 1 ? "" : plural);
 }
 
 std::string_view direction(std::int64_t amount, std::string_view positive,

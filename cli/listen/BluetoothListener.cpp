@@ -21,7 +21,7 @@ namespace {
 using platform::Permission;
 using Snapshot = BluetoothRemoteDiscoverySnapshot;
 
-std::string described(const BluetoothRemoteDevice& device) {
+std::string describedRemote(const BluetoothRemoteDevice& device) {
   std::string text =
       fmt::format("{}, {} dBm, {}", device.name, device.rssi, device.connectionState);
   if (!device.serviceUUIDs.empty()) {
@@ -33,7 +33,7 @@ std::string described(const BluetoothRemoteDevice& device) {
 void show(const Snapshot& last, const Snapshot& snapshot, LiveWriter& writer) {
   writer.object(snapshotMembers(snapshot));
   if (snapshot.status != last.status) writer.note("·", snapshot.status);
-  noteDevices(last.devices, snapshot.devices, described, writer);
+  noteDevices(last.devices, snapshot.devices, describedRemote, writer);
 }
 
 // Everything else may become better.

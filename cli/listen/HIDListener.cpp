@@ -14,7 +14,7 @@ namespace tessline::cli {
 
 namespace {
 
-std::string described(const ConnectedRemoteHIDDevice& device) {
+std::string describedInterface(const ConnectedRemoteHIDDevice& device) {
   return fmt::format("{}, {}, product {:04X}:{:04X}, usage {:04X}:{:04X}{}", device.name,
                      device.transport, device.vendorID, device.productID, device.usagePage,
                      device.usage, device.isDeviceManagementInterface() ? ", management" : "");
@@ -60,7 +60,8 @@ class HIDListener : public Listener {
     // Each of a remote's interfaces brings the same words.
     if (snapshot.status != last_.status) writer.note("·", snapshot.status);
     // Those that are forgotten in the end are not gone.
-    if (snapshot.isListening) noteDevices(last_.devices, snapshot.devices, described, writer);
+    if (snapshot.isListening)
+      noteDevices(last_.devices, snapshot.devices, describedInterface, writer);
   }
 
   const std::shared_ptr<platform::Platform> platform_;

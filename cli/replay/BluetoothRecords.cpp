@@ -24,7 +24,7 @@ using platform::simulated::SimulatedCharacteristicPlan;
 using platform::simulated::SimulatedPeripheralPlan;
 using platform::simulated::SimulatedServicePlan;
 
-constexpr std::array<std::pair<std::string_view, std::uint32_t>, 5> properties = {
+constexpr std::array<std::pair<std::string_view, std::uint32_t>, 5> propertyNames = {
     {{"read", BluetoothProperties::read},
      {"writeWithoutResponse", BluetoothProperties::writeWithoutResponse},
      {"write", BluetoothProperties::write},
@@ -91,7 +91,7 @@ void publish(Replay& replay, const BluetoothRemoteDiscoverySnapshot& snapshot) {
   replay.observe(publication);
 }
 
-void create(Replay& replay, const json&) {
+void createBluetooth(Replay& replay, const json&) {
   auto& service = replay.bluetooth().service;
   if (service) {
     throw RecordingError("there is a Bluetooth service already; expected bluetooth.release before");
@@ -113,7 +113,7 @@ void create(Replay& replay, const json&) {
   replay.observe(BluetoothCreated{});
 }
 
-void release(Replay& replay, const json&) {
+void releaseBluetooth(Replay& replay, const json&) {
   replay.bluetooth().requireService();
   replay.bluetooth().service.reset();
   replay.observe(BluetoothReleased{});
@@ -139,7 +139,7 @@ void disconnect(Replay& replay, const json&) {
   asked(replay).disconnect();
 }
 
-void configureHost(Replay& replay, const json& members) {
+void configureBluetoothHost(Replay& replay, const json& members) {
   const std::string name = members["state"];
   const auto state = bluetoothState(name);
   if (!state) {
@@ -219,14 +219,14 @@ std::vector<RecordMember> identified(std::vector<RecordMember> members) {
   return members;
 }
 
-const std::vector<RecordType> types = {
-    {"bluetooth.create", {}, create},
-    {"bluetooth.release", {}, release},
+const std::vector<RecordType> bluetoothTypes = {
+    {"bluetooth.create", {}, createBluetooth},
+    {"bluetooth.release", {}, releaseBluetooth},
     {"bluetooth.startScanning", {}, startScanning},
     {"bluetooth.stopScanning", {}, stopScanning},
     {"bluetooth.connect", {{"identifier", MemberKind::text, true}}, connect},
     {"bluetooth.disconnect", {}, disconnect},
-    {"bluetooth.host", {{"state", MemberKind::text, true}}, configureHost},
+    {"bluetooth.host", {{"state", MemberKind::text, true}}, configureBluetoothHost},
     {"bluetooth.peripheralAppeared", identified(plan), peripheralAppeared},
     {"bluetooth.peripheralChanged", plan, peripheralChanged},
     {"bluetooth.advertisement",
@@ -251,8 +251,8 @@ const std::vector<RecordType> types = {
 
 std::optional<std::uint32_t> bluetoothProperty(std::string_view name) {
   const auto* const found =
-      std::ranges::find(properties, name, &std::pair<std::string_view, std::uint32_t>::first);
-  if (found == properties.end()) return std::nullopt;
+      std::ranges::find(propertyNames, name, &std::pair<std::string_view, std::uint32_t>::first);
+  if (found == propertyNames.end()) return std::nullopt;
   return found->second;
 }
 
@@ -263,7 +263,7 @@ std::optional<BluetoothState> bluetoothState(std::string_view name) {
 }
 
 std::span<const RecordType> bluetoothRecordTypes() {
-  return types;
+  return bluetoothTypes;
 }
 
 }  // namespace tessline::cli

@@ -29,7 +29,7 @@ std::vector<std::uint8_t> content(const json& members, const char* textName,
   return {text.begin(), text.end()};
 }
 
-void create(Replay& replay, const json&) {
+void createCapture(Replay& replay, const json&) {
   auto& service = replay.capture().service;
   if (service) {
     throw RecordingError("there is a capture service already; expected capture.release before");
@@ -48,24 +48,24 @@ void create(Replay& replay, const json&) {
   replay.observe(CaptureCreated{});
 }
 
-void release(Replay& replay, const json&) {
+void releaseCapture(Replay& replay, const json&) {
   replay.capture().requireService();
   replay.capture().service.reset();
   replay.observe(CaptureReleased{});
 }
 
-void start(Replay& replay, const json& members) {
+void startCapture(Replay& replay, const json& members) {
   replay.capture().requireService().startCapture(optionalText(members, "remoteAddress"),
                                                  optionalText(members, "packetLoggerPath"));
 }
-void stop(Replay& replay, const json&) {
+void stopCapture(Replay& replay, const json&) {
   replay.capture().requireService().stopCapture();
 }
 void look(Replay& replay, const json&) {
   replay.observe(replay.capture().requireService().snapshot());
 }
 
-void configureHost(Replay& replay, const json& members) {
+void configureCaptureHost(Replay& replay, const json& members) {
   auto& surroundings = replay.host()->surroundings();
   if (members.contains("userID")) {
     surroundings.userID = static_cast<std::uint32_t>(memberInt32(members["userID"], "userID"));
@@ -128,19 +128,19 @@ void endProcess(Replay& replay, const json& members) {
                                   memberInt32(members["status"], "status"));
 }
 
-const std::vector<RecordType> types = {
-    {"capture.create", {}, create},
-    {"capture.release", {}, release},
+const std::vector<RecordType> captureTypes = {
+    {"capture.create", {}, createCapture},
+    {"capture.release", {}, releaseCapture},
     {"capture.start",
      {{"remoteAddress", MemberKind::text, false}, {"packetLoggerPath", MemberKind::text, false}},
-     start},
-    {"capture.stop", {}, stop},
+     startCapture},
+    {"capture.stop", {}, stopCapture},
     {"capture.look", {}, look},
     {"capture.host",
      {{"userID", MemberKind::integer, false},
       {"identifier", MemberKind::text, false},
       {"packetLoggerVariable", MemberKind::text, false}},
-     configureHost},
+     configureCaptureHost},
     {"capture.resource",
      {{"name", MemberKind::text, true}, {"path", MemberKind::text, true}},
      setResource},
@@ -180,7 +180,7 @@ const std::vector<RecordType> types = {
 }  // namespace
 
 std::span<const RecordType> captureRecordTypes() {
-  return types;
+  return captureTypes;
 }
 
 }  // namespace tessline::cli

@@ -30,7 +30,7 @@ Rect rectangle(const json& value) {
           {memberNumber(value[2]), memberNumber(value[3])}};
 }
 
-void configureHost(Replay& replay, const json& members) {
+void configureDesktopHost(Replay& replay, const json& members) {
   auto& desktop = replay.host()->desktop();
   if (members.contains("isTrusted")) desktop.setTrusted(members["isTrusted"]);
   if (members.contains("canCreateEvents")) desktop.setCanCreateEvents(members["canCreateEvents"]);
@@ -87,10 +87,10 @@ void removeWindow(Replay& replay, const json& members) {
   replay.windowGone(name);
 }
 
-const std::vector<RecordType> types = {
+const std::vector<RecordType> desktopTypes = {
     {"desktop.host",
      {{"isTrusted", MemberKind::truth, false}, {"canCreateEvents", MemberKind::truth, false}},
-     configureHost},
+     configureDesktopHost},
     {"desktop.screens",
      {{"frames", MemberKind::rectangles, true}, {"main", MemberKind::rectangle, false}},
      setScreens},
@@ -111,7 +111,7 @@ const std::vector<RecordType> types = {
 }  // namespace
 
 std::span<const RecordType> desktopRecordTypes() {
-  return types;
+  return desktopTypes;
 }
 
 }  // namespace tessline::cli

@@ -29,7 +29,7 @@ Properties properties(const json& object) {
   return result;
 }
 
-void create(Replay& replay, const json& members) {
+void createHID(Replay& replay, const json& members) {
   Replay::HID& hid = replay.hid();
   if (hid.service)
     throw RecordingError("there is a HID service already; expected hid.release before");
@@ -49,7 +49,7 @@ void create(Replay& replay, const json& members) {
   replay.observe(HIDServiceCreated{});
 }
 
-void release(Replay& replay, const json&) {
+void releaseHID(Replay& replay, const json&) {
   replay.hid().requireService();
   replay.hid().service.reset();
   replay.observe(HIDServiceReleased{});
@@ -62,7 +62,7 @@ void stopListening(Replay& replay, const json&) {
   replay.hid().requireService().stopListening();
 }
 
-void configureHost(Replay& replay, const json& members) {
+void configureHIDHost(Replay& replay, const json& members) {
   auto& bus = replay.host()->hid();
   if (members.contains("canCreateManager"))
     bus.setManagersCanBeCreated(members["canCreateManager"]);
@@ -103,16 +103,16 @@ void report(Replay& replay, const json& members) {
                                   memberBytes(members["bytes"]));
 }
 
-const std::vector<RecordType> types = {
-    {"hid.create", {{"productNamePrefix", MemberKind::text, false}}, create},
-    {"hid.release", {}, release},
+const std::vector<RecordType> hidTypes = {
+    {"hid.create", {{"productNamePrefix", MemberKind::text, false}}, createHID},
+    {"hid.release", {}, releaseHID},
     {"hid.startListening", {}, startListening},
     {"hid.stopListening", {}, stopListening},
     {"hid.host",
      {{"canCreateManager", MemberKind::truth, false},
       {"openResult", MemberKind::integer, false},
       {"canCopyDevices", MemberKind::truth, false}},
-     configureHost},
+     configureHIDHost},
     {"hid.deviceAppeared",
      {{"device", MemberKind::text, true}, {"properties", MemberKind::properties, true}},
      deviceAppeared},
@@ -130,7 +130,7 @@ const std::vector<RecordType> types = {
 }  // namespace
 
 std::span<const RecordType> hidRecordTypes() {
-  return types;
+  return hidTypes;
 }
 
 }  // namespace tessline::cli

@@ -11,8 +11,6 @@ namespace {
 using nlohmann::json;
 
 constexpr double nanosecondsPerSecond = 1e9;
-// Beyond any recording, and exact in nanoseconds of 64 bits.
-constexpr double longestSeconds = 1e9;
 
 json take(json& object, const char* key) {
   const auto found = object.find(key);

@@ -18,6 +18,9 @@ namespace tessline::cli {
 /// The version of the recording format that this program reads.
 inline constexpr int recordingVersion = 1;
 
+/// The longest time or duration of a record in seconds. It is exact in nanoseconds of 64 bits.
+inline constexpr double longestSeconds = 1e9;
+
 /// A record that cannot be used. The message says what is wrong and what was expected.
 class RecordingError : public std::runtime_error {
  public:

@@ -36,8 +36,6 @@ constexpr std::array<std::string_view, 9> functionNames = {
 
 // Beyond any surface, and small enough for scroll amounts to stay in their range.
 constexpr double largestCoordinate = 1e6;
-// Beyond any recording, and exact in nanoseconds of 64 bits.
-constexpr double longestSeconds = 1e9;
 
 std::chrono::nanoseconds duration(const json& members, const char* name,
                                   std::chrono::nanoseconds otherwise) {
@@ -50,7 +48,7 @@ std::chrono::nanoseconds duration(const json& members, const char* name,
   return std::chrono::nanoseconds(std::llround(seconds * 1e9));
 }
 
-void create(Replay& replay, const json& members) {
+void createTouch(Replay& replay, const json& members) {
   Replay::Touch& touch = replay.touch();
   if (touch.controller) {
     throw RecordingError("there is a gesture controller already; expected touch.release before");
@@ -74,7 +72,7 @@ void create(Replay& replay, const json& members) {
   };
 }
 
-void release(Replay& replay, const json&) {
+void releaseTouch(Replay& replay, const json&) {
   replay.touch().requireController();
   // The service's last, empty report still reaches the controller.
   replay.touch().service.reset();
@@ -83,14 +81,14 @@ void release(Replay& replay, const json&) {
   replay.observe(TouchReleased{});
 }
 
-void start(Replay& replay, const json&) {
+void startTouch(Replay& replay, const json&) {
   replay.touch().requireService().start();
 }
-void stop(Replay& replay, const json&) {
+void stopTouch(Replay& replay, const json&) {
   replay.touch().requireService().stop();
 }
 
-void configureHost(Replay& replay, const json& members) {
+void configureTouchHost(Replay& replay, const json& members) {
   auto& multitouch = replay.host()->multitouch();
   if (members.contains("canOpenLibrary")) multitouch.setCanBeOpened(members["canOpenLibrary"]);
   if (members.contains("createsList")) multitouch.setCreatesList(members["createsList"]);
@@ -180,19 +178,19 @@ void setCursorSpeed(Replay& replay, const json& members) {
   replay.touch().cursorSpeed = memberNumber(members["speed"]);
 }
 
-const std::vector<RecordType> types = {
+const std::vector<RecordType> touchTypes = {
     {"touch.create",
      {{"selectDownSafetyTimeout", MemberKind::number, false},
       {"dragLockLongPressDuration", MemberKind::number, false}},
-     create},
-    {"touch.release", {}, release},
-    {"touch.start", {}, start},
-    {"touch.stop", {}, stop},
+     createTouch},
+    {"touch.release", {}, releaseTouch},
+    {"touch.start", {}, startTouch},
+    {"touch.stop", {}, stopTouch},
     {"touch.host",
      {{"canOpenLibrary", MemberKind::truth, false},
       {"missingFunctions", MemberKind::texts, false},
       {"createsList", MemberKind::truth, false}},
-     configureHost},
+     configureTouchHost},
     {"touch.surfaceAppeared",
      {{"surface", MemberKind::text, true},
       {"isBuiltIn", MemberKind::truth, false},
@@ -216,7 +214,7 @@ const std::vector<RecordType> types = {
 }  // namespace
 
 std::span<const RecordType> touchRecordTypes() {
-  return types;
+  return touchTypes;
 }
 
 }  // namespace tessline::cli

@@ -23,7 +23,7 @@ struct BackgroundPacket {
 // frame, wherever a decoder takes the connection handle to stand: all are first fragments, and the
 // byte behind the boundary bits, the low byte of the ACL length, has not the bits of a
 // continuation.
-constexpr std::array packets = {
+constexpr std::array backgroundPackets = {
     // Requests, writes and confirmations to the remote.
     BackgroundPacket{60, RecordKind::acl, RecordDirection::sent, Peer::remote,
                      "40 00 07 00 03 00 04 00 0A .. 00"},
@@ -83,17 +83,17 @@ constexpr std::array packets = {
 
 constexpr std::uint32_t totalWeight = [] {
   std::uint32_t total = 0;
-  for (const BackgroundPacket& packet : packets) total += packet.weight;
+  for (const BackgroundPacket& packet : backgroundPackets) total += packet.weight;
   return total;
 }();
 
 const BackgroundPacket& choosePacket(Random& random) {
   std::uint32_t place = random.below(totalWeight);
-  for (const BackgroundPacket& packet : packets) {
+  for (const BackgroundPacket& packet : backgroundPackets) {
     if (place < packet.weight) return packet;
     place -= packet.weight;
   }
-  return packets.front();
+  return backgroundPackets.front();
 }
 
 /// Any byte but those that reports and voice frames are known by.

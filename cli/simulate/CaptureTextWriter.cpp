@@ -11,7 +11,7 @@ namespace {
 using namespace std::chrono_literals;
 
 /// The moment at which every simulated capture begins.
-constexpr std::chrono::sys_seconds beginning =
+constexpr std::chrono::sys_seconds captureBeginning =
     std::chrono::sys_days(std::chrono::year(2026) / 11 / 21) + 10h + 15min + 30s;
 
 constexpr std::array<std::string_view, 12> monthNames = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
@@ -129,7 +129,7 @@ void CaptureTextWriter::writeTime(SimulatedTime time) {
   putNumber(prefix + millisecondsPosition, milliseconds % 1000, 3);
   if (milliseconds / 1000 == writtenSecond_) return;
   writtenSecond_ = milliseconds / 1000;
-  const std::chrono::sys_seconds moment = beginning + std::chrono::seconds(writtenSecond_);
+  const std::chrono::sys_seconds moment = captureBeginning + std::chrono::seconds(writtenSecond_);
   const auto day = std::chrono::floor<std::chrono::days>(moment);
   const std::chrono::year_month_day date(day);
   const std::chrono::hh_mm_ss<std::chrono::seconds> timeOfDay(moment - day);

@@ -14,7 +14,7 @@ constexpr std::uint16_t maskAttributeHandle = 0x0015;
 constexpr std::uint8_t maskReportType = 0xFB;
 constexpr std::uint8_t maskReportId = 0x01;
 
-void appendLittleEndian(std::vector<std::uint8_t>& payload, std::size_t number) {
+void appendTwoBytes(std::vector<std::uint8_t>& payload, std::size_t number) {
   payload.push_back(static_cast<std::uint8_t>(number & 0xFFU));
   payload.push_back(static_cast<std::uint8_t>((number >> 8U) & 0xFFU));
 }
@@ -46,16 +46,16 @@ ShortNotification commandPressNotification(RemoteCommand command) {
 void appendAclHeader(std::vector<std::uint8_t>& payload, PacketFraming framing,
                      PacketBoundary boundary, std::size_t dataLength) {
   if (framing == PacketFraming::leadingByte) payload.push_back(aclPacketType);
-  appendLittleEndian(payload, remoteConnectionHandle | static_cast<unsigned>(boundary) << 8U);
-  appendLittleEndian(payload, dataLength);
+  appendTwoBytes(payload, remoteConnectionHandle | static_cast<unsigned>(boundary) << 8U);
+  appendTwoBytes(payload, dataLength);
 }
 
 void appendNotificationHead(std::vector<std::uint8_t>& payload, std::uint16_t attributeHandle,
                             std::size_t valueLength) {
-  appendLittleEndian(payload, attributeHeadLength + valueLength);
-  appendLittleEndian(payload, attributeChannel);
+  appendTwoBytes(payload, attributeHeadLength + valueLength);
+  appendTwoBytes(payload, attributeChannel);
   payload.push_back(notificationOpcode);
-  appendLittleEndian(payload, attributeHandle);
+  appendTwoBytes(payload, attributeHandle);
 }
 
 std::vector<std::uint8_t> notificationPayload(PacketFraming framing, std::uint16_t attributeHandle,

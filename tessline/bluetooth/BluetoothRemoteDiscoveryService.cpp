@@ -18,7 +18,7 @@ using UUIDs = SiriRemoteBluetoothUUIDs;
 
 namespace {
 
-constexpr std::string_view queueLabel = "com.morvane.remote.bluetooth";
+constexpr std::string_view bluetoothQueueLabel = "com.morvane.remote.bluetooth";
 constexpr std::string_view unnamedDevice = "Unnamed Device";
 constexpr std::string_view retrievedRemote = "Siri Remote";
 // For a remote that was retrieved and not heard.
@@ -105,7 +105,7 @@ BluetoothRemoteDiscoveryService::BluetoothRemoteDiscoveryService(
     std::shared_ptr<platform::Platform> platform)
     : platform_(std::move(platform)),
       bluetoothQueue_(
-          platform_->makeSerialQueue(queueLabel, platform::QualityOfService::standard)) {}
+          platform_->makeSerialQueue(bluetoothQueueLabel, platform::QualityOfService::standard)) {}
 
 void BluetoothRemoteDiscoveryService::startScanning() {
   bluetoothQueue_->async([weak = weak_from_this()] {

@@ -15,8 +15,8 @@ using platform::MutexLock;
 
 namespace {
 
-constexpr std::string_view queueLabel = "com.morvane.PacketLoggerCapture";
-constexpr std::uint32_t root = 0;
+constexpr std::string_view captureQueueLabel = "com.morvane.PacketLoggerCapture";
+constexpr std::uint32_t rootUserID = 0;
 
 // Without its handlers, so that nothing of it is heard any more.
 void end(const std::shared_ptr<platform::ChildProcess>& process) {
@@ -34,7 +34,7 @@ std::shared_ptr<PacketLoggerCaptureService> PacketLoggerCaptureService::create(
 }
 
 PacketLoggerCaptureService::PacketLoggerCaptureService(std::shared_ptr<platform::Platform> platform)
-    : platform_(std::move(platform)), queue_(platform_->makeSerialQueue(queueLabel)) {}
+    : platform_(std::move(platform)), queue_(platform_->makeSerialQueue(captureQueueLabel)) {}
 
 PacketLoggerCaptureService::~PacketLoggerCaptureService() {
   detachOutput();
@@ -108,7 +108,7 @@ void PacketLoggerCaptureService::startCaptureOnQueue(std::optional<std::string> 
   parser_ = {};
   reportParser_ = {};
   try {
-    if (platform_->environment()->effectiveUserID() == root) {
+    if (platform_->environment()->effectiveUserID() == rootUserID) {
       startDirectPacketLogger(*packetLoggerPath, remoteAddress);
     } else {
       startPrivilegedPacketLogger(*packetLoggerPath, remoteAddress);

@@ -11,30 +11,31 @@ namespace tessline {
 namespace {
 
 using Bytes = std::span<const std::uint8_t>;
-using Marker = std::array<std::uint8_t, 5>;
+using ControlMarker = std::array<std::uint8_t, 5>;
 
 // A notification's opcode, its handle (low byte first) and the first two bytes of the value.
-constexpr std::array<Marker, 7> controlMarkers = {{{0x1B, 0x23, 0x00, 0x00, 0x02},
-                                                   {0x1B, 0x23, 0x00, 0x00, 0x04},
-                                                   {0x1B, 0x23, 0x00, 0x03, 0x00},
-                                                   {0x1B, 0x23, 0x00, 0x00, 0x10},
-                                                   {0x1B, 0x23, 0x00, 0x10, 0x00},
-                                                   {0x1B, 0x3A, 0x00, 0x20, 0x00},
-                                                   {0x1B, 0x3A, 0x00, 0x00, 0x00}}};
+constexpr std::array<ControlMarker, 7> controlMarkers = {{{0x1B, 0x23, 0x00, 0x00, 0x02},
+                                                          {0x1B, 0x23, 0x00, 0x00, 0x04},
+                                                          {0x1B, 0x23, 0x00, 0x03, 0x00},
+                                                          {0x1B, 0x23, 0x00, 0x00, 0x10},
+                                                          {0x1B, 0x23, 0x00, 0x10, 0x00},
+                                                          {0x1B, 0x3A, 0x00, 0x20, 0x00},
+                                                          {0x1B, 0x3A, 0x00, 0x00, 0x00}}};
 // The first three are of buttons alone.
 constexpr std::size_t firstVoiceMarker = 3;
 
 constexpr std::uint8_t notification = 0x1B;
-constexpr std::uint8_t voiceHandle = 0x36;
+constexpr std::uint8_t voiceValueHandle = 0x36;
 constexpr std::uint8_t firstVoiceByte = 0xB8;
 constexpr std::uint8_t buttonReportMark = 0xFB;
 constexpr std::uint8_t boundaryMask = 0x30;
-constexpr std::uint8_t firstFragment = 0x20;
-constexpr std::uint8_t continuationFragment = 0x10;
+constexpr std::uint8_t firstFragmentFlag = 0x20;
+constexpr std::uint8_t continuationFlag = 0x10;
 
-bool containsAny(Bytes payload, std::span<const Marker> markers) {
-  return std::ranges::any_of(
-      markers, [&](const Marker& marker) { return firstIndex(payload, marker).has_value(); });
+bool containsAny(Bytes payload, std::span<const ControlMarker> markers) {
+  return std::ranges::any_of(markers, [&](const ControlMarker& marker) {
+    return firstIndex(payload, marker).has_value();
+  });
 }
 
 bool isAt(Bytes payload, std::size_t index, std::uint8_t value) {
@@ -42,11 +43,11 @@ bool isAt(Bytes payload, std::size_t index, std::uint8_t value) {
 }
 
 bool isFrameStartAt(Bytes payload, std::size_t base) {
-  if (1 + base >= payload.size() || (payload[1 + base] & boundaryMask) != firstFragment) {
+  if (1 + base >= payload.size() || (payload[1 + base] & boundaryMask) != firstFragmentFlag) {
     return false;
   }
   return isAt(payload, 18 + base, firstVoiceByte) ||
-         (isAt(payload, 8 + base, notification) && isAt(payload, 9 + base, voiceHandle) &&
+         (isAt(payload, 8 + base, notification) && isAt(payload, 9 + base, voiceValueHandle) &&
           isAt(payload, 16 + base, firstVoiceByte));
 }
 
@@ -70,8 +71,8 @@ bool PacketLoggerPayload::isSiriRemoteVoiceFrameStart(Bytes payload) {
 }
 
 bool PacketLoggerPayload::isSiriRemoteVoiceContinuation(Bytes payload) {
-  return (payload.size() >= 5 && (payload[1] & boundaryMask) == continuationFragment) ||
-         (payload.size() >= 6 && (payload[2] & boundaryMask) == continuationFragment);
+  return (payload.size() >= 5 && (payload[1] & boundaryMask) == continuationFlag) ||
+         (payload.size() >= 6 && (payload[2] & boundaryMask) == continuationFlag);
 }
 
 bool PacketLoggerPayload::isSiriRemoteButtonReport(Bytes payload) {

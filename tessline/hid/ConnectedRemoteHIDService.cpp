@@ -37,7 +37,7 @@ namespace status {
 constexpr std::string_view cannotCreate = "Could not create HID manager";
 constexpr std::string_view cannotOpen = "Could not open HID manager: ";
 constexpr std::string_view stopped = "Stopped";
-constexpr std::string_view connected = "Connected HID interface: ";
+constexpr std::string_view connectedInterface = "Connected HID interface: ";
 constexpr std::string_view removed = "HID interface removed: ";
 constexpr std::string_view noInterfaces = "No matching connected HID interfaces";
 
@@ -199,7 +199,7 @@ void ConnectedRemoteHIDService::handleMatchedDevice(
   const auto summary = summarize(*device);
   if (!summary || !accepts(*summary)) return;
   addDevice(device, *summary);
-  status_ = std::string(status::connected) + summary->name;
+  status_ = std::string(status::connectedInterface) + summary->name;
   publishSnapshot();
 }
 

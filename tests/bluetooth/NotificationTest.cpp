@@ -3,25 +3,25 @@
 namespace tessline::test {
 namespace {
 
-constexpr std::uint32_t read = 0x02;
-constexpr std::uint32_t notify = 0x10;
+constexpr std::uint32_t canRead = 0x02;
+constexpr std::uint32_t canNotify = 0x10;
 
 using Place = platform::simulated::SimulatedCharacteristicPlace;
 constexpr Place batteryLevel = {0, 0};
 constexpr Place powerState = {0, 1};
 constexpr Place firstReport = {1, 0};
 constexpr Place secondReport = {1, 1};
-constexpr Place voice = {2, 0};
+constexpr Place voiceInput = {2, 0};
 const TesslineError broken("CBATTErrorDomain", 14, "An unlikely error has occurred.");
 
 class BluetoothNotificationTest : public BluetoothServiceTest {
  protected:
   BluetoothNotificationTest() {
-    remote = connected(
-        named("Siri Remote",
-              {offering("180F", {characteristic("2A19", notify), characteristic("2A1A", notify)}),
-               offering("1812", {characteristic("2A4D", notify), characteristic("2A4D", notify)}),
-               offering(voiceService, {characteristic(voiceNotify, notify)})}));
+    remote = connected(named(
+        "Siri Remote",
+        {offering("180F", {characteristic("2A19", canNotify), characteristic("2A1A", canNotify)}),
+         offering("1812", {characteristic("2A4D", canNotify), characteristic("2A4D", canNotify)}),
+         offering(voiceService, {characteristic(voiceNotify, canNotify)})}));
   }
 
   // What comes of a notification.
@@ -55,7 +55,7 @@ TEST_F(BluetoothNotificationTest, SameBatteryLevelIsToldEachTime) {
 }
 
 TEST_F(BluetoothNotificationTest, BatteryLevelThatIsReadIsTold) {
-  remote->plan.services[0].characteristics[0] = characteristic("2A19", read, bytes("31"));
+  remote->plan.services[0].characteristics[0] = characteristic("2A19", canRead, bytes("31"));
   drop(remote);
   EXPECT_EQ(last(), "battery 49");
 }
@@ -105,8 +105,8 @@ TEST_F(BluetoothNotificationTest, ParserOutlivesTheConnection) {
 }
 
 TEST_F(BluetoothNotificationTest, VoiceIsPassedOnAndDecodedLikeReports) {
-  EXPECT_EQ(notified(voice, "01 02 03"), Lines{"payload 01 02 03"});
-  EXPECT_EQ(notified(voice, "08 00"), (Lines{"payload 08 00", "events press select"}));
+  EXPECT_EQ(notified(voiceInput, "01 02 03"), Lines{"payload 01 02 03"});
+  EXPECT_EQ(notified(voiceInput, "08 00"), (Lines{"payload 08 00", "events press select"}));
 }
 
 TEST_F(BluetoothNotificationTest, PowerStateIsIgnored) {
@@ -117,7 +117,7 @@ TEST_F(BluetoothNotificationTest, PowerStateIsIgnored) {
 TEST_F(BluetoothNotificationTest, NothingIsPublished) {
   host->advance(5s);
   const std::size_t published = snapshots.size();
-  for (const Place& place : {batteryLevel, powerState, firstReport, voice})
+  for (const Place& place : {batteryLevel, powerState, firstReport, voiceInput})
     notified(place, "08 00");
   host->advance(5s);
   EXPECT_EQ(snapshots.size(), published);
@@ -162,7 +162,7 @@ class ScriptedNotificationTest : public ScriptedBluetoothTest {
 
   static std::shared_ptr<ScriptedCharacteristic> holding(
       std::string_view text, std::optional<std::vector<std::uint8_t>> value) {
-    auto made = std::make_shared<ScriptedCharacteristic>(text, notify);
+    auto made = std::make_shared<ScriptedCharacteristic>(text, canNotify);
     made->current = std::move(value);
     return made;
   }

@@ -28,7 +28,7 @@ Found addressIn(std::string_view text) {
   return detectConnectedSiriRemoteAddress(text);
 }
 
-constexpr std::string_view report = R"(Bluetooth:
+constexpr std::string_view profilerReport = R"(Bluetooth:
 
       Bluetooth Controller:
           Address: 10:20:30:40:50:60
@@ -63,17 +63,17 @@ constexpr std::string_view report = R"(Bluetooth:
 )";
 
 TEST(RemoteAddress, IsFoundInAReport) {
-  EXPECT_EQ(addressIn(report), "C0:FF:EE:00:00:01");
+  EXPECT_EQ(addressIn(profilerReport), "C0:FF:EE:00:00:01");
 }
 
 TEST(RemoteAddress, IsFoundAmongTheDevicesThatAreNotConnected) {
-  std::string text(report);
+  std::string text(profilerReport);
   text.replace(text.find("0x0315"), 6, "0x0266");
   EXPECT_EQ(addressIn(text), "C0:FF:EE:00:00:02");
 }
 
 TEST(RemoteAddress, IsNotFoundInAReportWithoutARemote) {
-  EXPECT_EQ(addressIn(report.substr(0, report.find("Living room"))), std::nullopt);
+  EXPECT_EQ(addressIn(profilerReport.substr(0, profilerReport.find("Living room"))), std::nullopt);
   EXPECT_EQ(addressIn(""), std::nullopt);
   EXPECT_EQ(addressIn("\n\n\n"), std::nullopt);
   EXPECT_EQ(addressIn("Bluetooth:\n"), std::nullopt);
@@ -237,7 +237,7 @@ class RemoteAddressDetection : public testing::Test {
 };
 
 TEST_F(RemoteAddressDetection, SearchesTheReportOfTheSystem) {
-  processes.output = report;
+  processes.output = profilerReport;
   EXPECT_EQ(detected(), "C0:FF:EE:00:00:01");
   ASSERT_EQ(processes.launched.size(), 1U);
   EXPECT_EQ(processes.launched[0].executable, "/usr/sbin/system_profiler");
@@ -253,28 +253,28 @@ TEST_F(RemoteAddressDetection, ReadsTheOutputItselfAndDrainsTheErrors) {
 }
 
 TEST_F(RemoteAddressDetection, DoesNotLookAtTheStatus) {
-  processes.output = report;
+  processes.output = profilerReport;
   processes.status = 1;
   EXPECT_EQ(detected(), "C0:FF:EE:00:00:01");
 }
 
 TEST_F(RemoteAddressDetection, IsNothingWithoutTheTool) {
-  processes.output = report;
+  processes.output = profilerReport;
   processes.launchFailure = TesslineError("POSIX", 2, "no such tool");
   EXPECT_EQ(detected(), std::nullopt);
 }
 
 TEST_F(RemoteAddressDetection, IsNothingWithoutAPipe) {
-  processes.output = report;
+  processes.output = profilerReport;
   processes.pipeFailure = TesslineError("POSIX", 24, "too many open files");
   EXPECT_EQ(detected(), std::nullopt);
   EXPECT_TRUE(processes.launched.empty());
 }
 
 TEST_F(RemoteAddressDetection, IsNothingInAReportThatIsNotUtf8) {
-  processes.output = std::string(report) + "\xFF";
+  processes.output = std::string(profilerReport) + "\xFF";
   EXPECT_EQ(detected(), std::nullopt);
-  processes.output = std::string(report) + "\xC3\xA9";
+  processes.output = std::string(profilerReport) + "\xC3\xA9";
   EXPECT_EQ(detected(), "C0:FF:EE:00:00:01");
 }
 

@@ -14,7 +14,7 @@ namespace tessline::test {
 namespace {
 
 using Index = std::optional<std::size_t>;
-constexpr Index none;
+constexpr Index noStart;
 
 struct Row {
   std::string_view behaviour;
@@ -34,15 +34,15 @@ std::string behaviour(const ::testing::TestParamInfo<Row>& row) {
 }
 
 const std::vector<Row> frameStartRows = {
-    {"NoneInNoBytes", 0, {}, none},
-    {"NoneInOneByte", 1, {{0, 0x20}}, none},
-    {"NoneInTwoBytes", 2, {{1, 0x20}}, none},
-    {"NoneInThreeBytes", 3, {{1, 0x20}, {2, 0x20}}, none},
+    {"NoneInNoBytes", 0, {}, noStart},
+    {"NoneInOneByte", 1, {{0, 0x20}}, noStart},
+    {"NoneInTwoBytes", 2, {{1, 0x20}}, noStart},
+    {"NoneInThreeBytes", 3, {{1, 0x20}, {2, 0x20}}, noStart},
 
     {"LongForm", 40, {{1, 0x20}, {18, 0xB8}}, 17},
     {"LongFormThatEndsWithItsFirstOpusByte", 19, {{1, 0x20}, {18, 0xB8}}, 17},
-    {"LongFormThatEndsWithItsLengthByte", 18, {{1, 0x20}, {17, 0xB8}}, none},
-    {"LongFormWithAnotherFirstOpusByte", 40, {{1, 0x20}, {18, 0xB9}}, none},
+    {"LongFormThatEndsWithItsLengthByte", 18, {{1, 0x20}, {17, 0xB8}}, noStart},
+    {"LongFormWithAnotherFirstOpusByte", 40, {{1, 0x20}, {18, 0xB9}}, noStart},
     {"NotificationForm", 40, {{1, 0x20}, {8, 0x1B}, {9, 0x36}, {16, 0xB8}}, 15},
     {"NotificationFormOfTwentyBytes",
      20,
@@ -55,17 +55,17 @@ const std::vector<Row> frameStartRows = {
     {"NotificationFormThatEndsWithItsLengthByte",
      16,
      {{1, 0x20}, {8, 0x1B}, {9, 0x36}, {15, 0xB8}},
-     none},
+     noStart},
     {"NotificationFormWithAnotherFirstOpusByte",
      40,
      {{1, 0x20}, {8, 0x1B}, {9, 0x36}, {16, 0xB0}},
-     none},
-    {"NotificationOfAnotherHandle", 40, {{1, 0x20}, {8, 0x1B}, {9, 0x35}, {16, 0xB8}}, none},
-    {"OtherOperationThanANotification", 40, {{1, 0x20}, {8, 0x1D}, {9, 0x36}, {16, 0xB8}}, none},
+     noStart},
+    {"NotificationOfAnotherHandle", 40, {{1, 0x20}, {8, 0x1B}, {9, 0x35}, {16, 0xB8}}, noStart},
+    {"OtherOperationThanANotification", 40, {{1, 0x20}, {8, 0x1D}, {9, 0x36}, {16, 0xB8}}, noStart},
 
     {"LongFormBehindAnExtraByte", 40, {{2, 0x20}, {19, 0xB8}}, 18},
     {"LongFormBehindAnExtraByteThatEndsWithItsFirstOpusByte", 20, {{2, 0x20}, {19, 0xB8}}, 18},
-    {"LongFormBehindAnExtraByteThatEndsWithItsLengthByte", 19, {{2, 0x20}, {18, 0xB8}}, none},
+    {"LongFormBehindAnExtraByteThatEndsWithItsLengthByte", 19, {{2, 0x20}, {18, 0xB8}}, noStart},
     {"NotificationFormBehindAnExtraByte", 40, {{2, 0x20}, {9, 0x1B}, {10, 0x36}, {17, 0xB8}}, 16},
     {"NotificationFormBehindAnExtraByteThatEndsWithItsFirstOpusByte",
      18,
@@ -74,12 +74,12 @@ const std::vector<Row> frameStartRows = {
     {"NotificationFormBehindAnExtraByteThatEndsWithItsLengthByte",
      17,
      {{2, 0x20}, {9, 0x1B}, {10, 0x36}, {16, 0xB8}},
-     none},
+     noStart},
     {"NotificationOfAnotherHandleBehindAnExtraByte",
      40,
      {{2, 0x20}, {9, 0x1B}, {10, 0x37}, {17, 0xB8}},
-     none},
-    {"NothingBehindTwoExtraBytes", 40, {{3, 0x20}, {20, 0xB8}}, none},
+     noStart},
+    {"NothingBehindTwoExtraBytes", 40, {{3, 0x20}, {20, 0xB8}}, noStart},
 
     {"LongFormBeforeNotificationForm",
      40,
@@ -103,16 +103,16 @@ const std::vector<Row> frameStartRows = {
      40,
      {{1, 0x20}, {2, 0x20}, {8, 0x1B}, {9, 0x36}, {19, 0xB8}},
      18},
-    {"StopsAtANotificationWithoutHandle", 9, {{1, 0x20}, {2, 0x20}, {8, 0x1B}}, none},
-    {"StopsAtANotificationWithoutHandleBehindAnExtraByte", 10, {{2, 0x20}, {9, 0x1B}}, none},
+    {"StopsAtANotificationWithoutHandle", 9, {{1, 0x20}, {2, 0x20}, {8, 0x1B}}, noStart},
+    {"StopsAtANotificationWithoutHandleBehindAnExtraByte", 10, {{2, 0x20}, {9, 0x1B}}, noStart},
 
     {"OtherBitsOfTheFlagByteSet", 40, {{1, 0xEF}, {18, 0xB8}}, 17},
     {"OtherBitsOfTheSecondFlagByteSet", 40, {{2, 0xEF}, {19, 0xB8}}, 18},
-    {"NoFlag", 40, {{1, 0x00}, {18, 0xB8}}, none},
-    {"ContinuationFlag", 40, {{1, 0x10}, {18, 0xB8}}, none},
-    {"BothFlagBits", 40, {{1, 0x30}, {18, 0xB8}}, none},
-    {"ContinuationFlagBehindAnExtraByte", 40, {{2, 0x10}, {19, 0xB8}}, none},
-    {"BothFlagBitsBehindAnExtraByte", 40, {{2, 0x30}, {19, 0xB8}}, none},
+    {"NoFlag", 40, {{1, 0x00}, {18, 0xB8}}, noStart},
+    {"ContinuationFlag", 40, {{1, 0x10}, {18, 0xB8}}, noStart},
+    {"BothFlagBits", 40, {{1, 0x30}, {18, 0xB8}}, noStart},
+    {"ContinuationFlagBehindAnExtraByte", 40, {{2, 0x10}, {19, 0xB8}}, noStart},
+    {"BothFlagBitsBehindAnExtraByte", 40, {{2, 0x30}, {19, 0xB8}}, noStart},
 };
 
 class VoiceFrameStart : public ::testing::TestWithParam<Row> {};
@@ -124,23 +124,23 @@ TEST_P(VoiceFrameStart, IsFound) {
 INSTANTIATE_TEST_SUITE_P(Of, VoiceFrameStart, ::testing::ValuesIn(frameStartRows), behaviour);
 
 const std::vector<Row> continuationRows = {
-    {"NoneInNoBytes", 0, {}, none},
-    {"NoneInOneByte", 1, {{0, 0x10}}, none},
-    {"NoneInTwoBytes", 2, {{1, 0x10}}, none},
-    {"NoneInAHeaderAlone", 4, {{1, 0x10}}, none},
+    {"NoneInNoBytes", 0, {}, noStart},
+    {"NoneInOneByte", 1, {{0, 0x10}}, noStart},
+    {"NoneInTwoBytes", 2, {{1, 0x10}}, noStart},
+    {"NoneInAHeaderAlone", 4, {{1, 0x10}}, noStart},
     {"BehindTheHeader", 5, {{1, 0x10}}, 4},
     {"BehindTheHeaderOfALongPacket", 40, {{1, 0x10}}, 4},
-    {"NoneInAHeaderAloneBehindAnExtraByte", 5, {{2, 0x10}}, none},
+    {"NoneInAHeaderAloneBehindAnExtraByte", 5, {{2, 0x10}}, noStart},
     {"BehindTheHeaderAndAnExtraByte", 6, {{2, 0x10}}, 5},
     {"FirstFlagByteBeforeTheSecond", 40, {{1, 0x10}, {2, 0x10}}, 4},
     {"SecondFlagByteWhenTheFirstIsAnother", 40, {{1, 0x20}, {2, 0x10}}, 5},
-    {"NothingBehindTwoExtraBytes", 40, {{3, 0x10}}, none},
+    {"NothingBehindTwoExtraBytes", 40, {{3, 0x10}}, noStart},
     {"OtherBitsOfTheFlagByteSet", 40, {{1, 0xDF}}, 4},
     {"OtherBitsOfTheSecondFlagByteSet", 40, {{2, 0xDF}}, 5},
-    {"NoFlag", 40, {}, none},
-    {"FirstFragmentFlag", 40, {{1, 0x20}}, none},
-    {"BothFlagBits", 40, {{1, 0x30}}, none},
-    {"BothFlagBitsBehindAnExtraByte", 40, {{2, 0x30}}, none},
+    {"NoFlag", 40, {}, noStart},
+    {"FirstFragmentFlag", 40, {{1, 0x20}}, noStart},
+    {"BothFlagBits", 40, {{1, 0x30}}, noStart},
+    {"BothFlagBitsBehindAnExtraByte", 40, {{2, 0x30}}, noStart},
 };
 
 class VoiceContinuationStart : public ::testing::TestWithParam<Row> {};

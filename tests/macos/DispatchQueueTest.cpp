@@ -19,7 +19,7 @@
 namespace tessline::test {
 namespace {
 
-namespace standin = ::standin::dispatch;
+namespace dispatch = standin::dispatch;
 using std::chrono::nanoseconds;
 using Entries = QueueEntries;
 using Calls = std::vector<std::string>;
@@ -29,7 +29,7 @@ class DispatchQueue : public testing::Test {
  protected:
   // What still waits notes something here.
   void TearDown() override {
-    EXPECT_TRUE(backend.waitUntil([] { return standin::waitingTimers() == 0; }));
+    EXPECT_TRUE(backend.waitUntil([] { return dispatch::waitingTimers() == 0; }));
   }
 
   platform::Work note(int entry) {
@@ -42,12 +42,12 @@ class DispatchQueue : public testing::Test {
     return [held = std::move(held)] {};
   }
   Entries entriesAfter(QueueTime duration) {
-    standin::advance(duration);
+    dispatch::advance(duration);
     return journal.entries();
   }
   Calls takeCalls() {
-    Calls calls = standin::calls();
-    standin::clearCalls();
+    Calls calls = dispatch::calls();
+    dispatch::clearCalls();
     return calls;
   }
 
@@ -69,9 +69,9 @@ TEST_F(DispatchQueue, IsASystemQueueUnderItsLabel) {
 }
 
 TEST_F(DispatchQueue, IsOfTheQualityThatIsAskedFor) {
-  EXPECT_EQ(standin::qualityOf(platform::dispatchQueueOf(*queue)), QOS_CLASS_UNSPECIFIED);
+  EXPECT_EQ(dispatch::qualityOf(platform::dispatchQueueOf(*queue)), QOS_CLASS_UNSPECIFIED);
   queue = platform::makeDispatchQueue("com.example.other", platform::QualityOfService::standard);
-  EXPECT_EQ(standin::qualityOf(platform::dispatchQueueOf(*queue)), QOS_CLASS_DEFAULT);
+  EXPECT_EQ(dispatch::qualityOf(platform::dispatchQueueOf(*queue)), QOS_CLASS_DEFAULT);
 }
 
 TEST_F(DispatchQueue, HandsOverWorkOnce) {
@@ -105,37 +105,37 @@ TEST_F(DispatchQueue, TimerThatGoesIsCancelledAndReleased) {
   timer.reset();
   EXPECT_EQ(takeCalls(), (Calls{"dispatch_source_cancel timer of com.example.queue",
                                 "dispatch_release timer of com.example.queue"}));
-  standin::waitUntilIdle();
+  dispatch::waitUntilIdle();
   EXPECT_EQ(backend.liveObjects(), 1U);
 }
 
 TEST_F(DispatchQueue, CancelledTimerIsNothingToWaitFor) {
   const auto timer = queue->startTimer(std::chrono::hours(1), note(1));
-  EXPECT_EQ(standin::waitingTimers(), 1U);
+  EXPECT_EQ(dispatch::waitingTimers(), 1U);
   timer->cancel();
-  EXPECT_EQ(standin::waitingTimers(), 0U);
+  EXPECT_EQ(dispatch::waitingTimers(), 0U);
 }
 
 TEST_F(DispatchQueue, NothingIsEarlyByATickOfTheSystem) {
   for (int delay = 1; delay <= 200; ++delay) {
-    standin::advance(nanoseconds(41));
+    dispatch::advance(nanoseconds(41));
     const QueueTime due = queue->now() + nanoseconds(delay);
     queue->asyncAfter(nanoseconds(delay), [this, due] { EXPECT_GE(queue->now(), due); });
     const auto timer =
         queue->startTimer(nanoseconds(delay), [this, due] { EXPECT_GE(queue->now(), due); });
-    ASSERT_TRUE(standin::advanceToNextTimer());
-    ASSERT_TRUE(standin::advanceToNextTimer());
+    ASSERT_TRUE(dispatch::advanceToNextTimer());
+    ASSERT_TRUE(dispatch::advanceToNextTimer());
   }
 }
 
 TEST_F(DispatchQueue, TimeIsThatOfTheSystemsTimers) {
   const QueueTime start = queue->now();
-  standin::advance(std::chrono::seconds(3));
+  dispatch::advance(std::chrono::seconds(3));
   EXPECT_EQ(queue->now() - start, std::chrono::seconds(3));
 }
 
 TEST_F(DispatchQueue, TimersThatFireLateKeepTheOrderOfDueTimes) {
-  standin::setUsesLeeway(true);
+  dispatch::setUsesLeeway(true);
   queue->asyncAfter(milliseconds(100), note(1));
   const auto timer = queue->startTimer(milliseconds(102), note(2));
   queue->asyncAfter(milliseconds(103), note(3));
@@ -146,11 +146,11 @@ TEST_F(DispatchQueue, TimersThatFireLateKeepTheOrderOfDueTimes) {
 }
 
 TEST_F(DispatchQueue, LateTimersOfTheSystemBringNothingTwice) {
-  standin::setUsesLeeway(true);
+  dispatch::setUsesLeeway(true);
   queue->asyncAfter(milliseconds(100), note(1));
   const auto timer = queue->startTimer(milliseconds(101), note(2));
   EXPECT_EQ(entriesAfter(std::chrono::seconds(1)), (Entries{1, 2}));
-  EXPECT_EQ(standin::waitingTimers(), 0U);
+  EXPECT_EQ(dispatch::waitingTimers(), 0U);
 }
 
 TEST_F(DispatchQueue, TimersAndDelayedWorkOfEqualTimeRunInTheOrderOfTheCalls) {
@@ -178,20 +178,20 @@ TEST_F(DispatchQueue, TimerWithoutDelayRunsInItsTurnAndCanBeCancelled) {
     queue->async(note(3));
     second->cancel();
   });
-  standin::waitUntilIdle();
+  dispatch::waitUntilIdle();
   EXPECT_EQ(journal.entries(), (Entries{1, 3}));
 }
 
 TEST_F(DispatchQueue, WorkIsLetGoOfOnceItHasRun) {
   queue->async(holding());
-  standin::waitUntilIdle();
+  dispatch::waitUntilIdle();
   EXPECT_TRUE(kept.expired());
   queue->asyncAfter(milliseconds(1), holding());
   EXPECT_FALSE(kept.expired());
-  standin::advance(milliseconds(2));
+  dispatch::advance(milliseconds(2));
   EXPECT_TRUE(kept.expired());
   const auto timer = queue->startTimer(milliseconds(1), holding());
-  standin::advance(milliseconds(2));
+  dispatch::advance(milliseconds(2));
   EXPECT_TRUE(kept.expired());
 }
 
@@ -212,16 +212,16 @@ TEST_F(DispatchQueue, WorkThatIsLetGoOfMayUseTheQueue) {
   owner->timer = queue->startTimer(milliseconds(9), note(1));
   const auto outer = queue->startTimer(milliseconds(1), [owner = std::move(owner)] {});
   outer->cancel();
-  EXPECT_EQ(standin::waitingTimers(), 0U);
+  EXPECT_EQ(dispatch::waitingTimers(), 0U);
 }
 
 TEST_F(DispatchQueue, WorkThatIsNeverDueIsNotKept) {
   // In nanoseconds, such a time is beyond what the system counts.
-  standin::setHasNanosecondTicks(true);
+  dispatch::setHasNanosecondTicks(true);
   queue->asyncAfter(QueueTime::max(), holding());
   EXPECT_TRUE(kept.expired());
   const auto timer = queue->startTimer(QueueTime::max(), note(1));
-  EXPECT_EQ(standin::waitingTimers(), 0U);
+  EXPECT_EQ(dispatch::waitingTimers(), 0U);
   EXPECT_EQ(entriesAfter(std::chrono::hours(1000)), Entries());
 }
 
@@ -234,7 +234,7 @@ TEST_F(DispatchQueue, WhatTheSystemDeliversThereIsItsWork) {
     auto& told = *static_cast<Witness*>(context);
     told.isCurrent = told.queue.isCurrent();
   });
-  standin::waitUntilIdle();
+  dispatch::waitUntilIdle();
   EXPECT_TRUE(witness.isCurrent);
   EXPECT_FALSE(queue->isCurrent());
 }
@@ -245,7 +245,7 @@ TEST_F(DispatchQueue, QueuesOfOneLabelAreTwo) {
     journal.add(queue->isCurrent() ? 1 : 0);
     journal.add(other->isCurrent() ? 1 : 0);
   });
-  standin::waitUntilIdle();
+  dispatch::waitUntilIdle();
   EXPECT_EQ(journal.entries(), (Entries{0, 1}));
 }
 
@@ -281,8 +281,8 @@ TEST_F(DispatchQueueThreads, PiecesOfManyCallersRunOneAtATime) {
     });
   }
   for (std::thread& caller : callers) caller.join();
-  ASSERT_TRUE(backend.waitUntil([] { return standin::waitingTimers() == 0; }));
-  standin::drain(platform::dispatchQueueOf(*queue));
+  ASSERT_TRUE(backend.waitUntil([] { return dispatch::waitingTimers() == 0; }));
+  dispatch::drain(platform::dispatchQueueOf(*queue));
   EXPECT_EQ(entries.size(), 3U * perThread);
 }
 
@@ -295,10 +295,10 @@ TEST_F(DispatchQueueThreads, TimersMayBeCancelledByAnyThreadWhileTheyFire) {
     timer->cancel();
     timer.reset();
   }
-  standin::drain(platform::dispatchQueueOf(*queue));
+  dispatch::drain(platform::dispatchQueueOf(*queue));
   const int startedByThen = started;
   EXPECT_LE(startedByThen, count);
-  standin::drain(platform::dispatchQueueOf(*queue));
+  dispatch::drain(platform::dispatchQueueOf(*queue));
   EXPECT_EQ(started, startedByThen);
 }
 

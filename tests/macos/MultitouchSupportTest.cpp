@@ -22,7 +22,7 @@
 namespace tessline::test {
 namespace {
 
-namespace standin = ::standin::multitouch;
+namespace multitouch = standin::multitouch;
 using platform::ContactFrameCallback;
 using platform::MultitouchDevice;
 using Calls = std::vector<std::string>;
@@ -39,12 +39,12 @@ class MultitouchSupport : public testing::Test {
   }
 
   void open() {
-    library = platform::openMultitouchSupport(standin::libraryPath);
+    library = platform::openMultitouchSupport(multitouch::libraryPath);
     ASSERT_NE(library, nullptr);
   }
   Calls takeCalls() {
-    Calls calls = standin::calls();
-    standin::clearCalls();
+    Calls calls = multitouch::calls();
+    multitouch::clearCalls();
     return calls;
   }
   template <class Function>
@@ -67,8 +67,8 @@ class MultitouchSupport : public testing::Test {
     registerCallback([this](auto, auto) { ++frames; });
     ASSERT_EQ(start(), 0);
   }
-  void sendFrame(std::int32_t count) { standin::sendFrame(0, contactRecords(count), count); }
-  void sendLateFrame() { standin::sendLateFrame(0, contactRecords(1), 1); }
+  void sendFrame(std::int32_t count) { multitouch::sendFrame(0, contactRecords(count), count); }
+  void sendLateFrame() { multitouch::sendLateFrame(0, contactRecords(1), 1); }
 
   MultitouchStandIn backend;
   std::shared_ptr<platform::MultitouchLibrary> library;
@@ -78,7 +78,8 @@ class MultitouchSupport : public testing::Test {
 
 TEST_F(MultitouchSupport, LibraryIsOpenedWithAllThatItNeedsAndClosed) {
   library.reset();
-  EXPECT_EQ(takeCalls(), (Calls{"dlopen " + std::string(standin::libraryPath) + " 2", "dlclose"}));
+  EXPECT_EQ(takeCalls(),
+            (Calls{"dlopen " + std::string(multitouch::libraryPath) + " 2", "dlclose"}));
 }
 
 TEST_F(MultitouchSupport, LibraryThatIsNotThereIsNone) {
@@ -112,12 +113,12 @@ TEST_F(MultitouchSupport, IdentifierIsFilledInFull) {
 }
 
 TEST_F(MultitouchSupport, StatusOfAFailureIsPassedOnAndNothingIsFilled) {
-  standin::connect({.rows = 5,
-                    .columns = 6,
-                    .width = 7,
-                    .height = 8,
-                    .status = -536870208,
-                    .startStatus = -536870208});
+  multitouch::connect({.rows = 5,
+                       .columns = 6,
+                       .width = 7,
+                       .height = 8,
+                       .status = -536870208,
+                       .startStatus = -536870208});
   device = list().at(1);
   std::uint64_t identifier = 99;
   EXPECT_EQ(function<platform::DeviceIDFunction>("MTDeviceGetDeviceID")(*device, identifier),
@@ -133,29 +134,29 @@ TEST_F(MultitouchSupport, StatusOfAFailureIsPassedOnAndNothingIsFilled) {
 }
 
 TEST_F(MultitouchSupport, EachListIsReleasedWithItsLastSurface) {
-  standin::connect({});
+  multitouch::connect({});
   auto surfaces = list();
   device = surfaces.at(1);
-  EXPECT_EQ(standin::liveLists(), 1U);
+  EXPECT_EQ(multitouch::liveLists(), 1U);
   surfaces.clear();
-  EXPECT_EQ(standin::liveLists(), 1U);
+  EXPECT_EQ(multitouch::liveLists(), 1U);
   device.reset();
-  EXPECT_EQ(standin::liveLists(), 0U);
+  EXPECT_EQ(multitouch::liveLists(), 0U);
 }
 
 TEST_F(MultitouchSupport, EmptyListIsReleased) {
   backend.disconnectSurface(0);
   EXPECT_TRUE(list().empty());
-  EXPECT_EQ(standin::liveLists(), 0U);
+  EXPECT_EQ(multitouch::liveLists(), 0U);
 }
 
 TEST_F(MultitouchSupport, SurfaceWithACallbackStaysUntilThatGoes) {
   listen();
   device.reset();
   backend.disconnectSurface(0);
-  EXPECT_EQ(standin::liveSurfaces(), 1U);
+  EXPECT_EQ(multitouch::liveSurfaces(), 1U);
   library.reset();
-  EXPECT_EQ(standin::liveSurfaces(), 0U);
+  EXPECT_EQ(multitouch::liveSurfaces(), 0U);
 }
 
 TEST_F(MultitouchSupport, CountIsReadInTheBitsThatTheLibraryGives) {
@@ -163,7 +164,7 @@ TEST_F(MultitouchSupport, CountIsReadInTheBitsThatTheLibraryGives) {
   std::vector<std::int64_t> counts;
   registerCallback([&](const std::byte*, std::int64_t count) { counts.push_back(count); });
   start();
-  for (const std::int32_t count : {0, 1, 11, -1}) standin::sendFrame(0, {}, count);
+  for (const std::int32_t count : {0, 1, 11, -1}) multitouch::sendFrame(0, {}, count);
   EXPECT_EQ(counts, (std::vector<std::int64_t>{0, 1, 11, -1}));
 }
 
@@ -186,12 +187,12 @@ TEST_F(MultitouchSupport, SurfaceIsRegisteredOnceAndUnregisteredOnce) {
   device = list().front();
   registerCallback([](auto, auto) {});
   registerCallback([](auto, auto) {});
-  EXPECT_EQ(standin::registrations(), 1U);
+  EXPECT_EQ(multitouch::registrations(), 1U);
   unregister();
   unregister();
-  EXPECT_EQ(standin::registrations(), 0U);
+  EXPECT_EQ(multitouch::registrations(), 0U);
   registerCallback([](auto, auto) {});
-  EXPECT_EQ(standin::registrations(), 1U);
+  EXPECT_EQ(multitouch::registrations(), 1U);
 }
 
 TEST_F(MultitouchSupport, SurfaceOfAnotherListIsTheSame) {
@@ -202,7 +203,7 @@ TEST_F(MultitouchSupport, SurfaceOfAnotherListIsTheSame) {
   EXPECT_EQ(frames, 10);
   device = list().front();
   unregister();
-  EXPECT_EQ(standin::registrations(), 0U);
+  EXPECT_EQ(multitouch::registrations(), 0U);
 }
 
 TEST_F(MultitouchSupport, ClosingUnregistersFirst) {
@@ -217,7 +218,7 @@ TEST_F(MultitouchSupport, ClosingWithoutTheFunctionThatUnregistersEndsFrames) {
   listen();
   backend.setMissingFunction(std::string(unregisterName));
   library.reset();
-  EXPECT_EQ(standin::registrations(), 1U);
+  EXPECT_EQ(multitouch::registrations(), 1U);
   sendFrame(1);
   EXPECT_EQ(frames, 0);
 }
@@ -323,10 +324,10 @@ class RunningCallback : public MultitouchSupport {
     begun.get_future().wait();
     // Long enough for an end that does not wait to be over.
     const auto patience = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (standin::registrations() > 0 && std::chrono::steady_clock::now() < patience) {
+    while (multitouch::registrations() > 0 && std::chrono::steady_clock::now() < patience) {
       std::this_thread::yield();
     }
-    EXPECT_EQ(standin::registrations(), 0U);
+    EXPECT_EQ(multitouch::registrations(), 0U);
     for (int turn = 0; turn < 1000; ++turn) std::this_thread::yield();
     EXPECT_EQ(framesAtEnd, -1);
     mayGoOn.set_value();

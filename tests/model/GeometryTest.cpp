@@ -10,7 +10,7 @@ namespace tessline::test {
 namespace {
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
-constexpr double largest = std::numeric_limits<double>::max();
+constexpr double largestDouble = std::numeric_limits<double>::max();
 
 // One area, from 10 to 40 across and from 20 to 60 along y, in the four ways to write it down.
 struct Writing {
@@ -165,7 +165,8 @@ TEST(NullRect, AddsNothingToAUnion) {
 }
 
 TEST(InfiniteRect, HasTheLargestExtentAroundZero) {
-  EXPECT_EQ(Rect::infinite(), (Rect{{-largest / 2, -largest / 2}, {largest, largest}}));
+  EXPECT_EQ(Rect::infinite(),
+            (Rect{{-largestDouble / 2, -largestDouble / 2}, {largestDouble, largestDouble}}));
 }
 
 TEST(InfiniteRect, IsInfiniteAndNeitherNullNorEmpty) {
@@ -178,8 +179,8 @@ TEST(InfiniteRect, IsToldByAllNumbers) {
   const Rect all = Rect::infinite();
   EXPECT_FALSE((Rect{{0, all.origin.y}, all.size}.isInfinite()));
   EXPECT_FALSE((Rect{{all.origin.x, 0}, all.size}.isInfinite()));
-  EXPECT_FALSE((Rect{all.origin, {largest / 2, largest}}.isInfinite()));
-  EXPECT_FALSE((Rect{all.origin, {largest, largest / 2}}.isInfinite()));
+  EXPECT_FALSE((Rect{all.origin, {largestDouble / 2, largestDouble}}.isInfinite()));
+  EXPECT_FALSE((Rect{all.origin, {largestDouble, largestDouble / 2}}.isInfinite()));
   EXPECT_FALSE((Rect{{0, 0}, {infinity, infinity}}.isInfinite()));
 }
 

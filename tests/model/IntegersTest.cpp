@@ -9,7 +9,7 @@
 namespace tessline::test {
 namespace {
 
-constexpr double infinity = std::numeric_limits<double>::infinity();
+constexpr double endless = std::numeric_limits<double>::infinity();
 constexpr double firstTooLarge = 2147483648.0;
 constexpr double firstTooSmall = -2147483649.0;
 
@@ -73,8 +73,8 @@ TEST_F(TruncatedToInt32DeathTest, EndsTheProcessWithoutANumber) {
 }
 
 TEST_F(TruncatedToInt32DeathTest, EndsTheProcessAtInfinity) {
-  expectDeath(infinity);
-  expectDeath(-infinity);
+  expectDeath(endless);
+  expectDeath(-endless);
 }
 
 }  // namespace

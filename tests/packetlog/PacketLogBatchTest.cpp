@@ -15,7 +15,7 @@ namespace {
 
 using namespace std::string_literals;
 
-PacketLogBatch read(std::string_view text, const PacketLoggerLineParser& parser = {}) {
+PacketLogBatch readBatch(std::string_view text, const PacketLoggerLineParser& parser = {}) {
   PacketLogBatch batch;
   batch.read(text, parser);
   return batch;
@@ -54,43 +54,44 @@ class EveryLineEnd : public ::testing::TestWithParam<LineEnd> {
 };
 
 TEST_P(EveryLineEnd, EndsALine) {
-  const auto batch = read("RECV 01" + end_ + "RECV 02");
+  const auto batch = readBatch("RECV 01" + end_ + "RECV 02");
   EXPECT_EQ(packetsOf(batch), "0: 01, 1: 02");
   EXPECT_EQ(batch.counts().lines, 2u);
 }
 
 TEST_P(EveryLineEnd, EndsTheLastLine) {
-  const auto batch = read("RECV 01" + end_);
+  const auto batch = readBatch("RECV 01" + end_);
   EXPECT_EQ(packetsOf(batch), "0: 01");
   EXPECT_EQ(batch.counts().lines, 1u);
   EXPECT_EQ(batch.counts().empty, 0u);
 }
 
 TEST_P(EveryLineEnd, EndsEmptyLines) {
-  const auto batch = read(end_ + "RECV 01" + end_ + end_ + end_ + "RECV 02" + end_);
+  const auto batch = readBatch(end_ + "RECV 01" + end_ + end_ + end_ + "RECV 02" + end_);
   EXPECT_EQ(packetsOf(batch), "1: 01, 4: 02");
   EXPECT_EQ(batch.counts().lines, 5u);
   EXPECT_EQ(batch.counts().empty, 3u);
 }
 
 TEST_P(EveryLineEnd, EndsALineOfFullLength) {
-  const auto batch = read(receivedLine("01 02") + end_ + receivedLine("03") + end_);
+  const auto batch = readBatch(receivedLine("01 02") + end_ + receivedLine("03") + end_);
   EXPECT_EQ(packetsOf(batch), "0: 01 02, 1: 03");
 }
 
 TEST_P(EveryLineEnd, IsNoPartOfItsLine) {
   // 54 characters; with the line end it would be a line of full length.
   const std::string line = "RECV 1b" + std::string(47, ' ');
-  EXPECT_EQ(packetsOf(read(line + end_ + "x")), "0: 1b");
+  EXPECT_EQ(packetsOf(readBatch(line + end_ + "x")), "0: 1b");
 }
 
 TEST_P(EveryLineEnd, IsNotTakenByAMarkBehindIt) {
-  EXPECT_EQ(packetsOf(read("RECV 01" + end_ + "\xCC\x81RECV 02")), "0: 01, 1: 02");
+  EXPECT_EQ(packetsOf(readBatch("RECV 01" + end_ + "\xCC\x81RECV 02")), "0: 01, 1: 02");
 }
 
 TEST_P(EveryLineEnd, EndsALineBehindOtherThanAscii) {
-  EXPECT_EQ(packetsOf(read("RECV 01 \xC3\xA9" + end_ + "RECV \xC3\xA9 02" + end_)), "0: 01, 1: 02");
-  EXPECT_EQ(packetsOf(read("RECV 01 \xE2\x80" + end_ + "RECV 02")), "0: 01, 1: 02");
+  EXPECT_EQ(packetsOf(readBatch("RECV 01 \xC3\xA9" + end_ + "RECV \xC3\xA9 02" + end_)),
+            "0: 01, 1: 02");
+  EXPECT_EQ(packetsOf(readBatch("RECV 01 \xE2\x80" + end_ + "RECV 02")), "0: 01, 1: 02");
 }
 
 TEST_P(EveryLineEnd, MakesAFrontPartWhole) {
@@ -131,30 +132,30 @@ TEST(PacketLogBatch, IsEmptyAtFirst) {
 }
 
 TEST(PacketLogBatch, FindsNoLineInNoText) {
-  const auto batch = read("");
+  const auto batch = readBatch("");
   EXPECT_EQ(batch.size(), 0u);
   EXPECT_EQ(batch.counts(), PacketLogLineCounts());
 }
 
 TEST(PacketLogBatch, CountsALineFeedAndACarriageReturnAsTwoLineEnds) {
-  EXPECT_EQ(read("\n\r").counts().lines, 2u);
-  EXPECT_EQ(read("\r\n").counts().lines, 1u);
-  EXPECT_EQ(read("\r\r\n").counts().lines, 2u);
-  EXPECT_EQ(read("\r\n\n").counts().lines, 2u);
+  EXPECT_EQ(readBatch("\n\r").counts().lines, 2u);
+  EXPECT_EQ(readBatch("\r\n").counts().lines, 1u);
+  EXPECT_EQ(readBatch("\r\r\n").counts().lines, 2u);
+  EXPECT_EQ(readBatch("\r\n\n").counts().lines, 2u);
 }
 
 TEST(PacketLogBatch, EndsNoLineAtOtherSeparators) {
   for (const auto& separator :
        {"\x1C"s, "\x1D"s, "\x1E"s, "\0"s, "\t"s, "\x08"s, "\x0E"s, "\xC2\x84"s, "\xC2\x86"s,
         "\xE2\x80\xA7"s, "\xE2\x80\xAA"s, "\x85"s, "\xE2\x80"s, "\xE1\x80\xA8"s}) {
-    EXPECT_EQ(read("RECV" + separator + "01").counts().lines, 1u);
+    EXPECT_EQ(readBatch("RECV" + separator + "01").counts().lines, 1u);
   }
 }
 
 TEST(PacketLogBatch, CountsEveryKindOfLine) {
-  const auto batch = read("RECV AA:BB\nRECV AA:BB --\n\nSEND\nRECV 01\nRECV 02\n\n\n" +
-                              receivedLine("--", "AA:BB") + "\nRECV 00:00:00:00:00:00",
-                          {"AA:BB"});
+  const auto batch = readBatch("RECV AA:BB\nRECV AA:BB --\n\nSEND\nRECV 01\nRECV 02\n\n\n" +
+                                   receivedLine("--", "AA:BB") + "\nRECV 00:00:00:00:00:00",
+                               {"AA:BB"});
   EXPECT_EQ(batch.counts().lines, 10u);
   EXPECT_EQ(batch.counts().empty, 3u);
   EXPECT_EQ(batch.counts().packets, 3u);
@@ -165,19 +166,19 @@ TEST(PacketLogBatch, CountsEveryKindOfLine) {
 }
 
 TEST(PacketLogBatch, CountsALastLineWithoutLineEnd) {
-  EXPECT_EQ(read("SEND").counts().lines, 1u);
-  EXPECT_EQ(read("SEND\nSEND").counts().lines, 2u);
-  EXPECT_EQ(read("SEND\nSEND\n").counts().lines, 2u);
+  EXPECT_EQ(readBatch("SEND").counts().lines, 1u);
+  EXPECT_EQ(readBatch("SEND\nSEND").counts().lines, 2u);
+  EXPECT_EQ(readBatch("SEND\nSEND\n").counts().lines, 2u);
 }
 
 TEST(PacketLogBatch, CountsABlankLineAsALine) {
-  const auto batch = read(" \n\t\n");
+  const auto batch = readBatch(" \n\t\n");
   EXPECT_EQ(batch.counts().notReceived, 2u);
   EXPECT_EQ(batch.counts().empty, 0u);
 }
 
 TEST(PacketLogBatch, NumbersPacketsByTheirLine) {
-  EXPECT_EQ(packetsOf(read("\nSEND\nRECV 01\n\r\nRECV --\nRECV 02 03")), "2: 01, 5: 02 03");
+  EXPECT_EQ(packetsOf(readBatch("\nSEND\nRECV 01\n\r\nRECV --\nRECV 02 03")), "2: 01, 5: 02 03");
 }
 
 TEST(PacketLogBatch, ForgetsWhatItHeldWhenReadAgain) {
@@ -194,7 +195,7 @@ TEST(PacketLogBatch, ForgetsWhatItHeldWhenReadAgain) {
 
 TEST(PacketLogBatch, OutlivesItsText) {
   std::string text = "RECV 01 02";
-  const auto batch = read(text);
+  const auto batch = readBatch(text);
   text.assign(text.size(), 'x');
   EXPECT_EQ(packetsOf(batch), "0: 01 02");
 }
@@ -206,11 +207,11 @@ TEST(PacketLogBatch, HoldsManyPackets) {
     text += receivedLine(line % 2 == 0 ? "12 34" : "") + "\n";
     if (line % 2 == 0) expected += (line == 0 ? "" : ", ") + std::to_string(line) + ": 12 34";
   }
-  EXPECT_EQ(packetsOf(read(text)), expected);
+  EXPECT_EQ(packetsOf(readBatch(text)), expected);
 }
 
 TEST(PacketLogBatch, LetsBrokenBytesAffectTheirOwnLineAlone) {
-  EXPECT_EQ(packetsOf(read("RECV\xE2\x80\nRECV 01\xF0\x9F\x91\nRECV 02\xC2\r\nRECV 03")),
+  EXPECT_EQ(packetsOf(readBatch("RECV\xE2\x80\nRECV 01\xF0\x9F\x91\nRECV 02\xC2\r\nRECV 03")),
             "1: 01, 2: 02, 3: 03");
 }
 

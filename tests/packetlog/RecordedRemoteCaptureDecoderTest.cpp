@@ -14,7 +14,7 @@
 namespace tessline::test {
 namespace {
 
-constexpr std::string_view wantedAddress = "AA:BB:CC:DD:EE:FF";
+constexpr std::string_view remoteAddress = "AA:BB:CC:DD:EE:FF";
 
 /// A capture with buttons, a voice session of two frames, and lines that mean nothing.
 std::vector<std::string> sampleLines() {
@@ -116,29 +116,29 @@ TEST_F(CaptureDecoder, TakesAnyRangeOfLines) {
 
 TEST_F(CaptureDecoder, AcceptsEveryAddressWithoutOne) {
   EXPECT_EQ(decoder_.lineParser().acceptedRemoteAddress, std::nullopt);
-  EXPECT_EQ(decode(receivedLine("00 10", wantedAddress)), "press left");
+  EXPECT_EQ(decode(receivedLine("00 10", remoteAddress)), "press left");
 }
 
 TEST_F(CaptureDecoder, FollowsOneRemoteWhenGivenItsAddress) {
-  RecordedRemoteCaptureDecoder decoder(wantedAddress);
-  EXPECT_EQ(decoder.lineParser().acceptedRemoteAddress, wantedAddress);
+  RecordedRemoteCaptureDecoder decoder(remoteAddress);
+  EXPECT_EQ(decoder.lineParser().acceptedRemoteAddress, remoteAddress);
   EXPECT_EQ(
       notation(decoder.decodeLines(std::vector<std::string>{
-          receivedLine("00 01", "11:22:33:44:55:66"), receivedLine("00 10", wantedAddress),
+          receivedLine("00 01", "11:22:33:44:55:66"), receivedLine("00 10", remoteAddress),
           receivedLine("00 11", "00:00:00:00:00:00"), receivedLine("00 00", "aa:bb:cc:dd:ee:ff")})),
       "press left, press playPause");
 }
 
 TEST_F(CaptureDecoder, AcceptsEveryAddressWithAnEmptyOne) {
   RecordedRemoteCaptureDecoder decoder("");
-  EXPECT_EQ(notation(decoder.decode(receivedLine("00 10", wantedAddress))), "press left");
+  EXPECT_EQ(notation(decoder.decode(receivedLine("00 10", remoteAddress))), "press left");
 }
 
 TEST_F(CaptureDecoder, OwnsItsAddress) {
-  std::string address(wantedAddress);
+  std::string address(remoteAddress);
   RecordedRemoteCaptureDecoder decoder(address);
   address.assign(address.size(), 'x');
-  EXPECT_EQ(notation(decoder.decode(receivedLine("00 10", wantedAddress))), "press left");
+  EXPECT_EQ(notation(decoder.decode(receivedLine("00 10", remoteAddress))), "press left");
 }
 
 TEST_F(CaptureDecoder, SharesNothingWithItsCopy) {

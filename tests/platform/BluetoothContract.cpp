@@ -264,8 +264,4 @@ void BluetoothContract::setNotify(const std::string& name, CharacteristicPlace p
   perform([&] { journal->found.at(name)->setNotifyValue(enabled, wanted); });
 }
 
-std::string backendName(const testing::TestParamInfo<BluetoothBackendChoice>& info) {
-  return info.param.name;
-}
-
 }  // namespace tessline::test

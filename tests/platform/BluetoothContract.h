@@ -3,6 +3,7 @@
 #pragma once
 
 #include "tessline/platform/Platform.h"
+#include "tests/platform/BackendName.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -227,7 +228,5 @@ class BluetoothContract : public testing::TestWithParam<BluetoothBackendChoice> 
   std::shared_ptr<BluetoothJournal> journal = std::make_shared<BluetoothJournal>(queue);
   std::shared_ptr<platform::BluetoothCentral> central;
 };
-
-std::string backendName(const testing::TestParamInfo<BluetoothBackendChoice>& info);
 
 }  // namespace tessline::test

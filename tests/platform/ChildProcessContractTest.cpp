@@ -386,10 +386,6 @@ TEST_P(ChildProcessContract, HandlersAreCalledOneAfterTheOther) {
   EXPECT_EQ(calls->most, 1);
 }
 
-std::string backendName(const testing::TestParamInfo<ProcessBackendChoice>& info) {
-  return info.param.name;
-}
-
 INSTANTIATE_TEST_SUITE_P(
     On, ChildProcessContract,
     testing::Values(

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "tessline/platform/Platform.h"
+#include "tests/platform/BackendName.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -101,11 +102,6 @@ struct BackendChoice {
 /// The backends that this program's tests run on: all, and those that can be scripted.
 std::vector<BackendChoice<DesktopBackend>> desktopBackends();
 std::vector<BackendChoice<ScriptedBackend>> scriptedBackends();
-
-template <class Backend>
-std::string backendName(const testing::TestParamInfo<BackendChoice<Backend>>& info) {
-  return info.param.name;
-}
 
 /// What holds where there is a desktop.
 class ScriptedTest : public testing::TestWithParam<BackendChoice<ScriptedBackend>> {

@@ -78,8 +78,7 @@ TEST_P(DesktopContract, FacilitiesOutliveThePlatform) {
   EXPECT_EQ(accessibility->isProcessTrusted(), isTrusted);
 }
 
-INSTANTIATE_TEST_SUITE_P(On, DesktopContract, testing::ValuesIn(desktopBackends()),
-                         backendName<DesktopBackend>);
+INSTANTIATE_TEST_SUITE_P(On, DesktopContract, testing::ValuesIn(desktopBackends()), backendName);
 
 class ScreensContract : public ScriptedTest {};
 
@@ -286,12 +285,11 @@ TEST_P(AccessibilityContract, ElementOfAClosedWindowFailsInEverything) {
   EXPECT_EQ(accessibility->copyElementAtPosition(150, 650), nullptr);
 }
 
-INSTANTIATE_TEST_SUITE_P(On, ScreensContract, testing::ValuesIn(scriptedBackends()),
-                         backendName<ScriptedBackend>);
+INSTANTIATE_TEST_SUITE_P(On, ScreensContract, testing::ValuesIn(scriptedBackends()), backendName);
 INSTANTIATE_TEST_SUITE_P(On, PointerEventsContract, testing::ValuesIn(scriptedBackends()),
-                         backendName<ScriptedBackend>);
+                         backendName);
 INSTANTIATE_TEST_SUITE_P(On, AccessibilityContract, testing::ValuesIn(scriptedBackends()),
-                         backendName<ScriptedBackend>);
+                         backendName);
 
 }  // namespace
 }  // namespace tessline::test

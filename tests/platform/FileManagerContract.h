@@ -5,6 +5,7 @@
 #include "tessline/model/TesslineError.h"
 #include "tessline/platform/Platform.h"
 #include "tessline/platform/simulated/SimulatedHost.h"
+#include "tests/platform/BackendName.h"
 #include "tests/support/Files.h"
 
 #include <cstdint>
@@ -144,9 +145,5 @@ inline const FileBackendChoice simulatedFiles = {
 
 inline const auto hostFilesAlone = testing::Values(hostFiles);
 inline const auto everyFileBackend = testing::Values(simulatedFiles, hostFiles);
-
-inline std::string fileBackendName(const testing::TestParamInfo<FileBackendChoice>& info) {
-  return info.param.name;
-}
 
 }  // namespace tessline::test

@@ -190,7 +190,7 @@ TEST_P(FileManagerContract, PermissionsOfNothingAreAnError) {
   expectNotPermitted(ENOTDIR, file("data", "x") + "/below");
 }
 
-INSTANTIATE_TEST_SUITE_P(On, FileManagerContract, everyFileBackend, fileBackendName);
+INSTANTIATE_TEST_SUITE_P(On, FileManagerContract, everyFileBackend, backendName);
 
 }  // namespace
 }  // namespace tessline::test

@@ -9,10 +9,6 @@
 
 namespace tessline::test {
 
-std::string hidBackendName(const testing::TestParamInfo<HIDBackendChoice>& info) {
-  return info.param.name;
-}
-
 HIDProperties HIDContract::lamp(const std::string& name, const HIDProperties& changes) {
   HIDProperties properties = {{"VendorID", number(7)}, {"ProductID", number(8)}, {"Product", name}};
   for (const auto& [key, value] : changes) properties.insert_or_assign(key, value);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "tessline/platform/Platform.h"
+#include "tests/platform/BackendName.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -52,7 +53,6 @@ struct HIDBackendChoice {
 
 /// The backends that this program's tests run on.
 std::vector<HIDBackendChoice> hidBackends();
-std::string hidBackendName(const testing::TestParamInfo<HIDBackendChoice>& info);
 
 using FoundHIDDevice = std::shared_ptr<platform::HIDDevice>;
 using HIDNotes = std::vector<std::string>;

@@ -238,7 +238,7 @@ TEST_P(HIDDeviceContract, DeviceThatWentSendsNothingMore) {
   device->unregisterInputReportCallback();
 }
 
-INSTANTIATE_TEST_SUITE_P(On, HIDDeviceContract, testing::ValuesIn(hidBackends()), hidBackendName);
+INSTANTIATE_TEST_SUITE_P(On, HIDDeviceContract, testing::ValuesIn(hidBackends()), backendName);
 
 }  // namespace
 }  // namespace tessline::test

@@ -263,7 +263,7 @@ TEST_P(HIDManagerContract, InterfaceIsAlwaysTheSameObject) {
   EXPECT_NE(last, matched);
 }
 
-INSTANTIATE_TEST_SUITE_P(On, HIDManagerContract, testing::ValuesIn(hidBackends()), hidBackendName);
+INSTANTIATE_TEST_SUITE_P(On, HIDManagerContract, testing::ValuesIn(hidBackends()), backendName);
 
 }  // namespace
 }  // namespace tessline::test

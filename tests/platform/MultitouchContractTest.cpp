@@ -313,7 +313,7 @@ TEST_P(MultitouchContract, LibraryThatIsOpenedAgainKnowsNoEarlierCallback) {
 }
 
 INSTANTIATE_TEST_SUITE_P(On, MultitouchContract, testing::ValuesIn(scriptedBackends()),
-                         backendName<ScriptedBackend>);
+                         backendName);
 
 }  // namespace
 }  // namespace tessline::test

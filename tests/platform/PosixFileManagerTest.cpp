@@ -182,7 +182,7 @@ TEST_P(PosixFileManager, WhatCannotBeLookedAtIsNotThere) {
   files->setPosixPermissions(at("folder"), 0755);
 }
 
-INSTANTIATE_TEST_SUITE_P(On, PosixFileManager, hostFilesAlone, fileBackendName);
+INSTANTIATE_TEST_SUITE_P(On, PosixFileManager, hostFilesAlone, backendName);
 
 }  // namespace
 }  // namespace tessline::test

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "tessline/platform/Platform.h"
+#include "tests/platform/BackendName.h"
 
 #include <atomic>
 #include <chrono>

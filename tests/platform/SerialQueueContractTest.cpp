@@ -227,10 +227,6 @@ TEST_P(MainRunLoopContract, TakesWorkFromQueues) {
   EXPECT_EQ(journal->entries(), Entries{1});
 }
 
-std::string backendName(const testing::TestParamInfo<QueueBackendChoice>& info) {
-  return info.param.name;
-}
-
 INSTANTIATE_TEST_SUITE_P(On, SerialQueueContract, testing::ValuesIn(queueBackends()), backendName);
 INSTANTIATE_TEST_SUITE_P(On, MainRunLoopContract, testing::ValuesIn(queueBackends()), backendName);
 

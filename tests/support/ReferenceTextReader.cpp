@@ -94,7 +94,7 @@ std::uint8_t hexNumber(const ReferenceCharacter& high, const ReferenceCharacter&
 }
 
 // By their bytes: two broken sequences read alike, but only the same one is the same text.
-bool isSame(const ReferenceCharacter& left, const ReferenceCharacter& right) {
+bool isSameUnit(const ReferenceCharacter& left, const ReferenceCharacter& right) {
   return left.source == right.source;
 }
 
@@ -196,8 +196,8 @@ std::string ReferenceTextReader::sourceText(const ReferenceCharacters& character
 
 bool ReferenceTextReader::addressMatches(const ReferenceCharacters& line) const {
   if (!acceptedRemoteAddress_.has_value() || acceptedRemoteAddress_->empty()) return true;
-  return positionOf(*acceptedRemoteAddress_, line, isSame).has_value() ||
-         positionOf("00:00:00:00:00:00", line, isSame).has_value();
+  return positionOf(*acceptedRemoteAddress_, line, isSameUnit).has_value() ||
+         positionOf("00:00:00:00:00:00", line, isSameUnit).has_value();
 }
 
 ReferenceLineKind ReferenceTextReader::readLine(const ReferenceCharacters& line,

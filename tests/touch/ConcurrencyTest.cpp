@@ -99,7 +99,7 @@ class TrustingAccessibility : public platform::Accessibility {
   }
 };
 
-class Surface : public platform::MultitouchDevice {};
+class SilentSurface : public platform::MultitouchDevice {};
 
 // One surface, whose frames come on whatever thread calls `deliver`.
 class ThreadedLibrary : public platform::MultitouchLibrary,
@@ -149,7 +149,7 @@ class ThreadedLibrary : public platform::MultitouchLibrary,
   // Recursive, as a frame may end the registration that it came by.
   std::recursive_mutex mutex_;
   platform::ContactFrameCallback callback_;
-  const std::shared_ptr<Surface> surface_ = std::make_shared<Surface>();
+  const std::shared_ptr<SilentSurface> surface_ = std::make_shared<SilentSurface>();
 };
 
 class SilentLog : public platform::LogSink {

@@ -10,8 +10,8 @@
 namespace tessline::test {
 namespace {
 
-const std::string header = R"({"recording":"tessline","version":1})"
-                           "\n";
+const std::string recordingHeader = R"({"recording":"tessline","version":1})"
+                                    "\n";
 
 CommandResult replay(const std::string& recording) {
   return runCommand({"replay", "-"}, recording);
@@ -26,7 +26,7 @@ TEST(ReplayCommand, SameRecordingGivesTheSameOutput) {
 }
 
 TEST(ReplayCommand, TakesBlankLinesAndCarriageReturns) {
-  const CommandResult result = replay("\r\n" + header +
+  const CommandResult result = replay("\r\n" + recordingHeader +
                                       "\n{\"time\":0,\"type\":\"hid.create\"}\r\n\r\n"
                                       "{\"time\":1.5,\"type\":\"hid.startListening\"}");
   EXPECT_EQ(result.exitCode, 0) << result.errors;
@@ -43,38 +43,42 @@ TEST(ReplayCommand, MalformedRecordIsNamedByItsLineWithWhatWasExpected) {
        R"(standard input:1: this is no header of a recording; expected {"recording":"tessline","version":1})"},
       {R"({"recording":"tessline","version":2})",
        R"(standard input:1: version 2 is not known; expected {"recording":"tessline","version":1})"},
-      {header + "nonsense\n", "standard input:2: this is no JSON object; expected one a line"},
-      {header + "\n[1]\n", "standard input:3: this is no JSON object; expected one a line"},
-      {header + R"({"type":"hid.create"})",
+      {recordingHeader + "nonsense\n",
+       "standard input:2: this is no JSON object; expected one a line"},
+      {recordingHeader + "\n[1]\n",
+       "standard input:3: this is no JSON object; expected one a line"},
+      {recordingHeader + R"({"type":"hid.create"})",
        R"(standard input:2: the "time" is missing or no time; expected seconds since the start, 0 to 1000000000)"},
-      {header + R"({"time":-1,"type":"hid.create"})",
+      {recordingHeader + R"({"time":-1,"type":"hid.create"})",
        R"(standard input:2: the "time" is missing or no time; expected seconds since the start, 0 to 1000000000)"},
-      {header + R"({"time":0})",
+      {recordingHeader + R"({"time":0})",
        R"(standard input:2: the "type" is missing or no text; expected a type of record)"},
-      {header + create + R"({"time":0.5,"type":"hid.release"})",
+      {recordingHeader + create + R"({"time":0.5,"type":"hid.release"})",
        "standard input:3: the time 0.5 lies before that of the record in front of it; expected 1 "
        "or later"},
-      {header + R"({"time":0,"type":"hid.deviceGone"})",
+      {recordingHeader + R"({"time":0,"type":"hid.deviceGone"})",
        R"(standard input:2: hid.deviceGone lacks "device"; expected text)"},
-      {header + R"({"time":0,"type":"hid.host","openResult":"x"})",
+      {recordingHeader + R"({"time":0,"type":"hid.host","openResult":"x"})",
        R"(standard input:2: "openResult" of hid.host is "x"; expected an integer)"},
-      {header + R"({"time":0,"type":"hid.report","device":"a","reportID":0,"bytes":"abc"})",
+      {recordingHeader +
+           R"({"time":0,"type":"hid.report","device":"a","reportID":0,"bytes":"abc"})",
        R"(standard input:2: "bytes" of hid.report is "abc"; expected bytes as hex text, two digits each)"},
-      {header + R"({"time":0,"type":"hid.host","canCopyDevices":1})",
+      {recordingHeader + R"({"time":0,"type":"hid.host","canCopyDevices":1})",
        R"(standard input:2: "canCopyDevices" of hid.host is 1; expected true or false)"},
-      {header + R"({"time":0,"type":"hid.deviceAppeared","device":"a","properties":{"x":[1]}})",
+      {recordingHeader +
+           R"({"time":0,"type":"hid.deviceAppeared","device":"a","properties":{"x":[1]}})",
        R"(standard input:2: "properties" of hid.deviceAppeared is {"x":[1]}; expected an object of text, numbers, true, false or {"other":true})"},
-      {header + R"({"time":0,"type":"hid.startListening","more":1})",
+      {recordingHeader + R"({"time":0,"type":"hid.startListening","more":1})",
        R"(standard input:2: hid.startListening has no "more"; expected no more members)"},
-      {header + R"({"time":0,"type":"hid.startListening"})",
+      {recordingHeader + R"({"time":0,"type":"hid.startListening"})",
        "standard input:2: there is no HID service; expected hid.create before"},
-      {header + create + create,
+      {recordingHeader + create + create,
        "standard input:3: there is a HID service already; expected hid.release before"},
-      {header + R"({"time":0,"type":"hid.deviceGone","device":"a"})",
+      {recordingHeader + R"({"time":0,"type":"hid.deviceGone","device":"a"})",
        R"(standard input:2: there is no device "a"; expected one that has appeared)"},
-      {header + R"({"time":0,"type":"hid.deviceAppeared","device":"a","properties":{}})"
-                "\n"
-                R"({"time":0,"type":"hid.deviceAppeared","device":"a","properties":{}})",
+      {recordingHeader + R"({"time":0,"type":"hid.deviceAppeared","device":"a","properties":{}})"
+                         "\n"
+                         R"({"time":0,"type":"hid.deviceAppeared","device":"a","properties":{}})",
        R"(standard input:3: the device "a" is there already; expected another name)"},
   };
   for (const auto& [recording, message] : cases) {
@@ -147,14 +151,14 @@ TEST(ReplayCommand, MalformedTouchRecordIsNamedByItsLineWithWhatWasExpected) {
        "2: there is no window \"w\"; expected one that has appeared"},
   };
   for (const auto& [records, message] : cases) {
-    const CommandResult result = replay(header + records);
+    const CommandResult result = replay(recordingHeader + records);
     EXPECT_EQ(result.exitCode, 1) << records;
     EXPECT_EQ(result.errors, "tessline: standard input:" + message + "\n");
   }
 }
 
 TEST(ReplayCommand, UnknownTypeIsAnsweredWithTheKnownOnes) {
-  const CommandResult result = replay(header + R"({"time":0,"type":"hid.jump"})");
+  const CommandResult result = replay(recordingHeader + R"({"time":0,"type":"hid.jump"})");
   EXPECT_EQ(result.exitCode, 1);
   EXPECT_TRUE(result.errors.starts_with(
       R"(tessline: standard input:2: there is no type "hid.jump"; expected one of hid.create )"))
@@ -162,10 +166,10 @@ TEST(ReplayCommand, UnknownTypeIsAnsweredWithTheKnownOnes) {
 }
 
 TEST(ReplayCommand, OutputInFrontOfAnErrorStays) {
-  const CommandResult result = replay(header + R"({"time":0,"type":"hid.create"})"
-                                               "\n"
-                                               R"({"time":0,"type":"hid.startListening"})"
-                                               "\nbroken\n");
+  const CommandResult result = replay(recordingHeader + R"({"time":0,"type":"hid.create"})"
+                                                        "\n"
+                                                        R"({"time":0,"type":"hid.startListening"})"
+                                                        "\nbroken\n");
   EXPECT_EQ(result.exitCode, 1);
   EXPECT_NE(result.output.find("hid.snapshot"), std::string::npos);
 }

@@ -18,7 +18,7 @@ using namespace std::chrono_literals;
 using cli::Observation;
 using platform::simulated::PlatformCall;
 
-const std::filesystem::path source = TESSLINE_SOURCE_DIR;
+const std::filesystem::path sourceFolder = TESSLINE_SOURCE_DIR;
 
 std::size_t count(const std::string& text, const std::string& part) {
   std::size_t found = 0;
@@ -26,7 +26,7 @@ std::size_t count(const std::string& text, const std::string& part) {
   return found;
 }
 
-Observation mouse(const std::string& type, double x, double y) {
+Observation mouseAt(const std::string& type, double x, double y) {
   return PlatformCall{{},
                       "CGEventCreateMouseEvent",
                       {{"type", "kCGEvent" + type}, {"x", x}, {"y", y}, {"posted", true}}};
@@ -113,9 +113,9 @@ TEST(TouchPlot, FingersAreDrawnOneByOne) {
 
 TEST(TouchPlot, MovesAndDragsAreTwoLines) {
   const std::string picture =
-      drawn({mouse("MouseMoved", 10, 10), mouse("MouseMoved", 20, 10),
-             mouse("LeftMouseDown", 20, 10), mouse("LeftMouseDragged", 50, 50),
-             mouse("LeftMouseUp", 50, 50), mouse("MouseMoved", 60, 50)});
+      drawn({mouseAt("MouseMoved", 10, 10), mouseAt("MouseMoved", 20, 10),
+             mouseAt("LeftMouseDown", 20, 10), mouseAt("LeftMouseDragged", 50, 50),
+             mouseAt("LeftMouseUp", 50, 50), mouseAt("MouseMoved", 60, 50)});
   EXPECT_EQ(count(picture, R"(stroke="#0072B2" stroke-width="1.6"/>)"), 3U);  // One is the legend.
   EXPECT_EQ(count(picture, R"(stroke="#D55E00" stroke-width="3"/>)"), 2U);
   EXPECT_EQ(count(picture, R"(r="5.0" fill="#D55E00")"), 2U);
@@ -126,12 +126,13 @@ TEST(TouchPlot, MovesAndDragsAreTwoLines) {
 }
 
 TEST(TouchPlot, PointerThatGotElsewhereByOtherMeansIsNotJoined) {
-  const std::string joined = drawn({mouse("LeftMouseUp", 0, 0), mouse("LeftMouseDown", 90, 90)});
+  const std::string joined =
+      drawn({mouseAt("LeftMouseUp", 0, 0), mouseAt("LeftMouseDown", 90, 90)});
   EXPECT_EQ(count(joined, "<polyline"), 0U);
 }
 
 TEST(TouchPlot, EventsThatWereNotPostedAreNotDrawn) {
-  PlatformCall call = std::get<PlatformCall>(mouse("MouseMoved", 1, 1));
+  PlatformCall call = std::get<PlatformCall>(mouseAt("MouseMoved", 1, 1));
   call.arguments.back().second = false;
   EXPECT_NE(drawn({fingers({}), call}).find("moves 0"), std::string::npos);
 }
@@ -179,28 +180,28 @@ TEST(PlotOption, DrawsThePictureOfTheDocuments) {
   const TemporaryDirectory directory;
   const auto file = directory.path() / "touch.svg";
   const CommandResult result = runCommand(
-      {"replay", (source / "tests/recordings/touch-drag-lock-on-title-bar.jsonl").native(),
+      {"replay", (sourceFolder / "tests/recordings/touch-drag-lock-on-title-bar.jsonl").native(),
        "--plot", file.native()});
   EXPECT_EQ(result.exitCode, 0) << result.errors;
   EXPECT_EQ(result.output, "");
-  EXPECT_EQ(readText(file), readText(source / "docs/touch.svg"))
+  EXPECT_EQ(readText(file), readText(sourceFolder / "docs/touch.svg"))
       << "draw docs/touch.svg anew with `tessline replay --plot`";
 }
 
 TEST(PlotOption, WritesToStandardOutputForADash) {
   const CommandResult result = runCommand(
-      {"replay", (source / "tests/recordings/touch-drag-lock-on-title-bar.jsonl").native(),
+      {"replay", (sourceFolder / "tests/recordings/touch-drag-lock-on-title-bar.jsonl").native(),
        "--plot", "-"});
   EXPECT_EQ(result.exitCode, 0) << result.errors;
-  EXPECT_EQ(result.output, readText(source / "docs/touch.svg"));
+  EXPECT_EQ(result.output, readText(sourceFolder / "docs/touch.svg"));
 }
 
 TEST(PlotOption, GoesTogetherWithCheck) {
   const TemporaryDirectory directory;
   const auto file = directory.path() / "touch.svg";
   const CommandResult result =
-      runCommand({"replay", (source / "tests/recordings/touch-click.jsonl").native(), "--check",
-                  "--plot", file.native()});
+      runCommand({"replay", (sourceFolder / "tests/recordings/touch-click.jsonl").native(),
+                  "--check", "--plot", file.native()});
   EXPECT_EQ(result.exitCode, 0) << result.errors;
   EXPECT_EQ(result.output, "10 records, 0 violations\n");
   EXPECT_TRUE(readText(file).ends_with("</svg>\n"));
@@ -209,7 +210,7 @@ TEST(PlotOption, GoesTogetherWithCheck) {
 TEST(PlotOption, RefusesARecordingWithoutTouches) {
   const TemporaryDirectory directory;
   const auto file = directory.path() / "touch.svg";
-  const std::string recording = (source / "tests/recordings/hid-buttons.jsonl").native();
+  const std::string recording = (sourceFolder / "tests/recordings/hid-buttons.jsonl").native();
   const CommandResult result = runCommand({"replay", recording, "--plot", file.native()});
   EXPECT_EQ(result.exitCode, 1);
   EXPECT_EQ(result.errors, "tessline: there is nothing to plot in " + recording +
@@ -219,8 +220,8 @@ TEST(PlotOption, RefusesARecordingWithoutTouches) {
 
 TEST(PlotOption, SaysWhenTheFileCannotBeWritten) {
   const CommandResult result =
-      runCommand({"replay", (source / "tests/recordings/touch-click.jsonl").native(), "--plot",
-                  "/nowhere/touch.svg"});
+      runCommand({"replay", (sourceFolder / "tests/recordings/touch-click.jsonl").native(),
+                  "--plot", "/nowhere/touch.svg"});
   EXPECT_EQ(result.exitCode, 1);
   EXPECT_NE(result.errors.find("/nowhere/touch.svg"), std::string::npos) << result.errors;
 }

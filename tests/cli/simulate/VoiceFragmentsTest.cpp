@@ -72,7 +72,7 @@ void expectWholeInEveryLayout(const Bytes& packet, std::uint16_t sequence = 0) {
   }
 }
 
-std::size_t frameStart(const cli::VoiceFrameLayout& layout) {
+std::size_t startOfFrame(const cli::VoiceFrameLayout& layout) {
   cli::VoiceFragments fragments;
   fragments.split(plainPacket(80), layout, 0);
   return SiriRemoteReportParser::voiceFrameByteStart(fragments[0]).value_or(0);
@@ -92,10 +92,10 @@ std::vector<std::size_t> fragmentSizes(std::size_t packetSize,
 TEST(VoiceFragments, PutTheLengthByteWhereTheLayoutHasIt) {
   using cli::PacketFraming;
   using cli::VoiceForm;
-  EXPECT_EQ(frameStart({PacketFraming::handle, VoiceForm::shortForm, 251}), 15U);
-  EXPECT_EQ(frameStart({PacketFraming::leadingByte, VoiceForm::shortForm, 251}), 16U);
-  EXPECT_EQ(frameStart({PacketFraming::handle, VoiceForm::longForm, 251}), 17U);
-  EXPECT_EQ(frameStart({PacketFraming::leadingByte, VoiceForm::longForm, 251}), 18U);
+  EXPECT_EQ(startOfFrame({PacketFraming::handle, VoiceForm::shortForm, 251}), 15U);
+  EXPECT_EQ(startOfFrame({PacketFraming::leadingByte, VoiceForm::shortForm, 251}), 16U);
+  EXPECT_EQ(startOfFrame({PacketFraming::handle, VoiceForm::longForm, 251}), 17U);
+  EXPECT_EQ(startOfFrame({PacketFraming::leadingByte, VoiceForm::longForm, 251}), 18U);
 }
 
 TEST(VoiceFragments, AreHeadersAndTheFrame) {
