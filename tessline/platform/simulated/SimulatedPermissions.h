@@ -14,6 +14,7 @@ namespace tessline::platform::simulated {
 /// denied.
 class SimulatedPermissions : public Permissions {
  public:
+  /// Asks that desktop whether the process is trusted.
   explicit SimulatedPermissions(std::shared_ptr<SimulatedDesktop> desktop)
       : desktop_(std::move(desktop)) {}
 
