@@ -101,6 +101,16 @@ TEST(DecodeCommand, TimelineShowsButtonsSessionsAndTotals) {
             "  voice    1 session, 1 frame, 0.02 s of sound\n");
 }
 
+TEST(DecodeCommand, SummaryGroupsTheDigitsOfNumbersFromAThousand) {
+  const auto ofEmptyLines = [](std::size_t count) {
+    return runCommand({"decode", "--summary"}, std::string(count, '\n')).output;
+  };
+  EXPECT_NE(ofEmptyLines(999).find("  lines    999\n"), std::string::npos);
+  EXPECT_NE(ofEmptyLines(1000).find("  lines    1,000\n"), std::string::npos);
+  EXPECT_NE(ofEmptyLines(1234567).find("  lines    1,234,567\n"), std::string::npos);
+  EXPECT_NE(ofEmptyLines(1234567).find("  skipped  1,234,567 empty\n"), std::string::npos);
+}
+
 TEST(DecodeCommand, SummaryCountsEverythingAndNamesWhyLinesWereSkipped) {
   const std::string capture = selectPressed + "\n" + allReleased + "\n\n" + "ACL SEND 01\n" +
                               "ACL RECV\n" + "RECV 11:22:33:44:55:66 08 00\n" + voiceStart + "\n" +
