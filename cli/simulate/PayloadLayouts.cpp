@@ -1,5 +1,7 @@
 #include "cli/simulate/PayloadLayouts.h"
 
+#include "cli/voice/LittleEndian.h"
+
 #include <stdexcept>
 
 namespace tessline::cli {
@@ -13,11 +15,6 @@ constexpr std::size_t attributeHeadLength = 3;
 constexpr std::uint16_t maskAttributeHandle = 0x0015;
 constexpr std::uint8_t maskReportType = 0xFB;
 constexpr std::uint8_t maskReportId = 0x01;
-
-void appendTwoBytes(std::vector<std::uint8_t>& payload, std::size_t number) {
-  payload.push_back(static_cast<std::uint8_t>(number & 0xFFU));
-  payload.push_back(static_cast<std::uint8_t>((number >> 8U) & 0xFFU));
-}
 
 std::vector<std::uint8_t> maskReport(bool withId, std::uint16_t mask, std::size_t zeros) {
   std::vector<std::uint8_t> report;
@@ -46,16 +43,17 @@ ShortNotification commandPressNotification(RemoteCommand command) {
 void appendAclHeader(std::vector<std::uint8_t>& payload, PacketFraming framing,
                      PacketBoundary boundary, std::size_t dataLength) {
   if (framing == PacketFraming::leadingByte) payload.push_back(aclPacketType);
-  appendTwoBytes(payload, remoteConnectionHandle | static_cast<unsigned>(boundary) << 8U);
-  appendTwoBytes(payload, dataLength);
+  appendLittleEndian(payload, static_cast<std::uint16_t>(remoteConnectionHandle |
+                                                         static_cast<unsigned>(boundary) << 8U));
+  appendLittleEndian(payload, static_cast<std::uint16_t>(dataLength));
 }
 
 void appendNotificationHead(std::vector<std::uint8_t>& payload, std::uint16_t attributeHandle,
                             std::size_t valueLength) {
-  appendTwoBytes(payload, attributeHeadLength + valueLength);
-  appendTwoBytes(payload, attributeChannel);
+  appendLittleEndian(payload, static_cast<std::uint16_t>(attributeHeadLength + valueLength));
+  appendLittleEndian(payload, attributeChannel);
   payload.push_back(notificationOpcode);
-  appendTwoBytes(payload, attributeHandle);
+  appendLittleEndian(payload, attributeHandle);
 }
 
 std::vector<std::uint8_t> notificationPayload(PacketFraming framing, std::uint16_t attributeHandle,

@@ -1,6 +1,6 @@
 /// @file
-/// Putting together and taking apart the headers of WAV and Ogg Opus files, whose numbers stand
-/// with their low byte first.
+/// Putting together and taking apart the headers of WAV and Ogg Opus files and of captured packets,
+/// whose numbers stand with their low byte first.
 #pragma once
 
 #include <concepts>
